@@ -1,0 +1,24 @@
+#pragma once
+// Types and table sizes that every subsystem of the daemon shares.
+
+#include <cstdint>
+
+// 1-based switch port number; per-port tables are indexed by PortIndex - 1.
+using PortIndex = uint32_t;
+// VLAN identifier; per-VLAN tables are indexed by the id itself, and operations accept 1..4094.
+using VlanId = uint32_t;
+
+inline constexpr uint32_t kPortTableSize = 224;
+inline constexpr uint32_t kVlanTableSize = 4096;
+inline constexpr VlanId kFirstVlan = 1;
+inline constexpr VlanId kLastVlan = 4094;
+inline constexpr uint32_t kMaxClients = 2048;
+
+// The daemon's module number at the system log service.
+inline constexpr uint32_t kDhcp6SnoopingModuleId = 54;
+
+// An IPv6 address or prefix, 16 bytes in network order, passed by value.
+struct Ipv6Address {
+    uint8_t octets[16];
+};
+static_assert(sizeof(Ipv6Address) == 16);
