@@ -1,0 +1,85 @@
+#pragma once
+// switchsim: an in-process switch platform. It defines every platform call the daemon makes and lets a
+// test build a switch, drive the daemon the way the switch would and observe what the switch saw.
+//
+// One Switch exists at a time; while it lives, the platform calls act on it. Events queued on it reach
+// the daemon from inside the daemon's wait in vosMsgRecv, one at a time, on the daemon's thread: a
+// management message or a receive failure ends the wait, and the other events (timer ticks, link changes,
+// frames, running-configuration requests) run the registered callbacks within it.
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "switchsim/Observations.h"
+
+namespace switchsim {
+
+struct SwitchConfig {
+    uint32_t portCount = 24;
+    std::vector<uint32_t> absentPorts;  // ports of 1..portCount for which smdVDPortExist answers 0
+};
+
+struct SimState;
+
+class Switch {
+  public:
+    explicit Switch(const SwitchConfig &config = {});
+    ~Switch();
+    Switch(const Switch &) = delete;
+    Switch &operator=(const Switch &) = delete;
+
+    // Building.
+    // Output of `moduleId` is switched on for levels up to `highestLevel` (by default up to 6, so the
+    // debug level 7 is off).
+    void setModuleLogLevel(uint32_t moduleId, uint32_t highestLevel);
+    // Also write console output to standard error as it is printed.
+    void echoConsole(bool on);
+
+    // Fault injection. The next `times` calls answer `result` and change nothing.
+    void failMsgInit(int32_t result);
+    // `call` is "smdVDPktRegister" or "smdVDPktRegRunning".
+    void failPacketRegistration(std::string_view call, int32_t result, uint32_t times = 1);
+    // `function` is the name of one of the FRM_ calls.
+    void failFilterCall(std::string_view function, int32_t result, uint32_t times = 1);
+
+    // Driving.
+    void queueMessage(Bytes message);
+    void queueRemoteCall(uint32_t callNumber, const std::vector<Bytes> &arguments);
+    void queueReceiveFailure(int32_t result);
+    // Each tick advances the clock by one second and then runs the timer callback.
+    void queueTimerTicks(uint32_t count = 1);
+    void queueLinkChange(uint32_t port, uint32_t status);
+    void queueFrame(uint32_t port, uint32_t vlan, Bytes frame, uint16_t frameKind = 0);
+    void queueRunningConfigRequest(uint32_t capacity);
+    [[nodiscard]] bool idle() const;
+    // Runs the process main with `arguments` as its argument vector until it returns or has taken every
+    // queued event. Returns main's result, or nothing when main was still serving.
+    std::optional<int> runMain(int (*main)(int, char **), const std::vector<std::string> &arguments);
+    // Runs turns of the main loop until every queued event is taken.
+    void runUntilIdle(void (*serveNextMessage)());
+
+    // Observing.
+    // Process, queue and hook registration calls, in the order made, with their arguments.
+    [[nodiscard]] const std::vector<std::string> &lifecycleCalls() const;
+    [[nodiscard]] const std::vector<PacketRegistration> &packetRegistrations() const;
+    [[nodiscard]] const std::vector<FilterCall> &filterCalls() const;
+    // The filters in place now, one text each, in sorted order.
+    [[nodiscard]] std::vector<std::string> installedFilters() const;
+    [[nodiscard]] const std::vector<SyslogLine> &syslogLines() const;
+    [[nodiscard]] const std::vector<std::string> &consoleLines() const;
+    [[nodiscard]] const std::vector<Reply> &replies() const;
+    [[nodiscard]] uint32_t remoteCallsServed() const;
+    [[nodiscard]] const std::vector<RemoteCallDebugLine> &remoteCallDebugLines() const;
+    [[nodiscard]] const std::vector<RunningConfigAnswer> &runningConfigAnswers() const;
+    [[nodiscard]] const std::vector<SwitchedFrame> &switchedFrames() const;
+    [[nodiscard]] uint32_t upSeconds() const;
+
+  private:
+    std::unique_ptr<SimState> state_;
+};
+
+}  // namespace switchsim

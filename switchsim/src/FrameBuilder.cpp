@@ -1,0 +1,103 @@
+#include "switchsim/FrameBuilder.h"
+
+#include <arpa/inet.h>
+
+#include <cstdio>
+#include <stdexcept>
+#include <string>
+
+namespace switchsim {
+namespace {
+
+constexpr uint16_t kEtherTypeIpv6 = 0x86DD;
+constexpr uint16_t kEtherTypeVlan = 0x8100;
+constexpr uint8_t kIpProtocolUdp = 17;
+constexpr uint8_t kHopLimit = 64;
+constexpr size_t kIpv6HeaderSize = 40;
+constexpr size_t kUdpHeaderSize = 8;
+
+void put16(Bytes &bytes, uint16_t value) {
+    bytes.push_back(static_cast<uint8_t>(value >> 8));
+    bytes.push_back(static_cast<uint8_t>(value));
+}
+
+uint32_t sumWords(const uint8_t *bytes, size_t length) {
+    uint32_t sum = 0;
+    for (size_t i = 0; i + 1 < length; i += 2) {
+        sum += static_cast<uint32_t>(bytes[i] << 8 | bytes[i + 1]);
+    }
+    if (length % 2 != 0) {
+        sum += static_cast<uint32_t>(bytes[length - 1] << 8);
+    }
+    return sum;
+}
+
+}  // namespace
+
+uint16_t udp6Checksum(const Ipv6Bytes &source, const Ipv6Bytes &destination, const uint8_t *datagram,
+                      uint32_t length) {
+    uint64_t sum = sumWords(source.data(), source.size()) + sumWords(destination.data(), destination.size());
+    sum += (length >> 16) + (length & 0xFFFF) + kIpProtocolUdp;
+    sum += sumWords(datagram, length);
+    while (sum > 0xFFFF) {
+        sum = (sum & 0xFFFF) + (sum >> 16);
+    }
+    const auto checksum = static_cast<uint16_t>(~sum);
+    return checksum == 0 ? 0xFFFF : checksum;
+}
+
+Bytes buildUdp6Frame(const Udp6Frame &frame) {
+    const size_t udpLength = kUdpHeaderSize + frame.payload.size();
+    if (udpLength > 0xFFFF) {
+        throw std::invalid_argument("switchsim: a UDP datagram holds at most 65527 payload bytes");
+    }
+    Bytes bytes(frame.destinationMac.begin(), frame.destinationMac.end());
+    bytes.insert(bytes.end(), frame.sourceMac.begin(), frame.sourceMac.end());
+    if (frame.vlanTag) {
+        put16(bytes, kEtherTypeVlan);
+        put16(bytes, *frame.vlanTag);
+    }
+    put16(bytes, kEtherTypeIpv6);
+    const size_t ip = bytes.size();
+    bytes.insert(bytes.end(), {0x60, 0, 0, 0});
+    put16(bytes, static_cast<uint16_t>(udpLength));
+    bytes.push_back(kIpProtocolUdp);
+    bytes.push_back(kHopLimit);
+    bytes.insert(bytes.end(), frame.sourceIp.begin(), frame.sourceIp.end());
+    bytes.insert(bytes.end(), frame.destinationIp.begin(), frame.destinationIp.end());
+    const size_t udp = ip + kIpv6HeaderSize;
+    put16(bytes, frame.sourcePort);
+    put16(bytes, frame.destinationPort);
+    put16(bytes, static_cast<uint16_t>(udpLength));
+    put16(bytes, 0);
+    bytes.insert(bytes.end(), frame.payload.begin(), frame.payload.end());
+    const uint16_t checksum = udp6Checksum(frame.sourceIp, frame.destinationIp, bytes.data() + udp,
+                                           static_cast<uint32_t>(udpLength));
+    bytes[udp + 6] = static_cast<uint8_t>(checksum >> 8);
+    bytes[udp + 7] = static_cast<uint8_t>(checksum);
+    return bytes;
+}
+
+Ipv6Bytes ipv6(const char *text) {
+    Ipv6Bytes address{};
+    if (text == nullptr || inet_pton(AF_INET6, text, address.data()) != 1) {
+        throw std::invalid_argument(std::string("switchsim: not an IPv6 address: ") + (text ? text : "null"));
+    }
+    return address;
+}
+
+MacAddress mac(const char *text) {
+    MacAddress address{};
+    unsigned octets[6];
+    char end = 0;
+    if (text == nullptr || std::sscanf(text, "%2x:%2x:%2x:%2x:%2x:%2x%c", &octets[0], &octets[1], &octets[2],
+                                       &octets[3], &octets[4], &octets[5], &end) != 6) {
+        throw std::invalid_argument(std::string("switchsim: not a MAC address: ") + (text ? text : "null"));
+    }
+    for (size_t i = 0; i < address.size(); ++i) {
+        address[i] = static_cast<uint8_t>(octets[i]);
+    }
+    return address;
+}
+
+}  // namespace switchsim

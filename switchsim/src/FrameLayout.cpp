@@ -1,0 +1,50 @@
+#include "FrameLayout.h"
+
+namespace switchsim {
+namespace {
+
+constexpr size_t kEtherTypeOffset = 12;
+constexpr size_t kVlanTagSize = 4;
+constexpr size_t kIpv6HeaderSize = 40;
+constexpr size_t kIpv6NextHeaderOffset = 6;
+constexpr size_t kUdpHeaderSize = 8;
+constexpr size_t kUdpDestinationPortOffset = 2;
+constexpr uint16_t kEtherTypeIpv6 = 0x86DD;
+constexpr uint8_t kIpProtocolUdp = 17;
+
+uint16_t be16(std::span<const uint8_t> bytes, size_t offset) {
+    return static_cast<uint16_t>(bytes[offset] << 8 | bytes[offset + 1]);
+}
+
+bool isVlanTag(uint16_t etherType) {
+    return etherType == 0x8100 || etherType == 0x88A8 || etherType == 0x9100;
+}
+
+}  // namespace
+
+std::optional<FrameLayout> classifyFrame(std::span<const uint8_t> frame) {
+    size_t offset = kEtherTypeOffset;
+    if (frame.size() < offset + 2) {
+        return std::nullopt;
+    }
+    while (isVlanTag(be16(frame, offset)) && frame.size() - offset >= kVlanTagSize + 2) {
+        offset += kVlanTagSize;
+    }
+    FrameLayout layout;
+    layout.etherType = be16(frame, offset);
+    layout.etherTypeOffset = static_cast<uint16_t>(offset);
+    const size_t ip = offset + 2;
+    if (layout.etherType != kEtherTypeIpv6 || frame.size() - ip < kIpv6HeaderSize) {
+        return layout;
+    }
+    layout.ipProtocol = frame[ip + kIpv6NextHeaderOffset];
+    const size_t udp = ip + kIpv6HeaderSize;
+    if (layout.ipProtocol != kIpProtocolUdp || frame.size() - udp < kUdpHeaderSize) {
+        return layout;
+    }
+    layout.udpDestinationPort = be16(frame, udp + kUdpDestinationPortOffset);
+    layout.payloadOffset = static_cast<uint16_t>(udp + kUdpHeaderSize);
+    return layout;
+}
+
+}  // namespace switchsim

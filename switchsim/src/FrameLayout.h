@@ -1,0 +1,22 @@
+#pragma once
+// Where the headers of a received frame lie, as the switch's packet engine finds them.
+
+#include <cstdint>
+#include <optional>
+#include <span>
+
+namespace switchsim {
+
+struct FrameLayout {
+    uint16_t etherType = 0;
+    uint16_t etherTypeOffset = 0;       // the EtherType field after the VLAN tags
+    std::optional<uint8_t> ipProtocol;  // an IPv6 frame's next header
+    std::optional<uint16_t> udpDestinationPort;
+    uint16_t payloadOffset = 0;  // the UDP payload, when the frame is UDP over IPv6
+};
+
+// Nothing when the frame is too short for an Ethernet header; the fields of layers that the frame does not
+// hold whole stay unset.
+std::optional<FrameLayout> classifyFrame(std::span<const uint8_t> frame);
+
+}  // namespace switchsim
