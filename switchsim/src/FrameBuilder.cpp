@@ -6,15 +6,12 @@
 #include <stdexcept>
 #include <string>
 
+#include "WireFormat.h"
+
 namespace switchsim {
 namespace {
 
-constexpr uint16_t kEtherTypeIpv6 = 0x86DD;
-constexpr uint16_t kEtherTypeVlan = 0x8100;
-constexpr uint8_t kIpProtocolUdp = 17;
 constexpr uint8_t kHopLimit = 64;
-constexpr size_t kIpv6HeaderSize = 40;
-constexpr size_t kUdpHeaderSize = 8;
 
 void put16(Bytes &bytes, uint16_t value) {
     bytes.push_back(static_cast<uint8_t>(value >> 8));
@@ -73,8 +70,8 @@ Bytes buildUdp6Frame(const Udp6Frame &frame) {
     bytes.insert(bytes.end(), frame.payload.begin(), frame.payload.end());
     const uint16_t checksum = udp6Checksum(frame.sourceIp, frame.destinationIp, bytes.data() + udp,
                                            static_cast<uint32_t>(udpLength));
-    bytes[udp + 6] = static_cast<uint8_t>(checksum >> 8);
-    bytes[udp + 7] = static_cast<uint8_t>(checksum);
+    bytes[udp + kUdpChecksumOffset] = static_cast<uint8_t>(checksum >> 8);
+    bytes[udp + kUdpChecksumOffset + 1] = static_cast<uint8_t>(checksum);
     return bytes;
 }
 

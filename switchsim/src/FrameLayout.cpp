@@ -1,23 +1,16 @@
 #include "FrameLayout.h"
 
+#include "WireFormat.h"
+
 namespace switchsim {
 namespace {
-
-constexpr size_t kEtherTypeOffset = 12;
-constexpr size_t kVlanTagSize = 4;
-constexpr size_t kIpv6HeaderSize = 40;
-constexpr size_t kIpv6NextHeaderOffset = 6;
-constexpr size_t kUdpHeaderSize = 8;
-constexpr size_t kUdpDestinationPortOffset = 2;
-constexpr uint16_t kEtherTypeIpv6 = 0x86DD;
-constexpr uint8_t kIpProtocolUdp = 17;
 
 uint16_t be16(std::span<const uint8_t> bytes, size_t offset) {
     return static_cast<uint16_t>(bytes[offset] << 8 | bytes[offset + 1]);
 }
 
 bool isVlanTag(uint16_t etherType) {
-    return etherType == 0x8100 || etherType == 0x88A8 || etherType == 0x9100;
+    return etherType == kEtherTypeVlan || etherType == 0x88A8 || etherType == 0x9100;
 }
 
 }  // namespace
