@@ -40,4 +40,12 @@ std::optional<FrameLayout> classifyFrame(std::span<const uint8_t> frame) {
     return layout;
 }
 
+PktRecvInfo recvInfoFor(const FrameLayout &layout, uint16_t frameKind) {
+    PktRecvInfo info{};
+    info.etherTypeOffset = layout.etherTypeOffset;
+    info.payloadOffset = layout.payloadOffset;
+    info.frameKind = frameKind;
+    return info;
+}
+
 }  // namespace switchsim

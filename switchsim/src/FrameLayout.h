@@ -5,6 +5,8 @@
 #include <optional>
 #include <span>
 
+#include "platform/SmdPacketApi.h"
+
 namespace switchsim {
 
 struct FrameLayout {
@@ -18,5 +20,9 @@ struct FrameLayout {
 // Nothing when the frame is too short for an Ethernet header; the fields of layers that the frame does not
 // hold whole stay unset.
 std::optional<FrameLayout> classifyFrame(std::span<const uint8_t> frame);
+
+// What the packet engine reports with a frame of this layout when it hands the frame to a process. Every
+// place that needs those offsets asks here, so the delivered frames and the built ones always agree.
+PktRecvInfo recvInfoFor(const FrameLayout &layout, uint16_t frameKind);
 
 }  // namespace switchsim

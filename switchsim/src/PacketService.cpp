@@ -69,11 +69,8 @@ void deliverFrame(SimState &sim, const FrameEvent &event) {
     PktRecvTag tag{};
     tag.vlanId = event.vlan;
     tag.portIndex = event.port;
-    PktRecvInfo info{};
-    info.etherTypeOffset = layout->etherTypeOffset;
-    info.payloadOffset = layout->payloadOffset;
-    info.frameKind = event.kind;
-    registration->callback(frame, static_cast<uint32_t>(event.frame.size()), tag, info);
+    registration->callback(frame, static_cast<uint32_t>(event.frame.size()), tag,
+                           recvInfoFor(*layout, event.kind));
 }
 
 }  // namespace switchsim
