@@ -1,0 +1,186 @@
+// The DHCPv6 frame builder feeds every snooping test; these tests hold it to hand-written bytes and to the
+// offsets the simulated packet engine reports.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <stdexcept>
+#include <vector>
+
+#include "platform/SmdPacketApi.h"
+#include "platform/VosApi.h"
+#include "switchsim/Dhcp6FrameBuilder.h"
+#include "switchsim/Switch.h"
+
+namespace {
+
+namespace dhcp6 = switchsim::dhcp6;
+using switchsim::Bytes;
+using ::testing::ElementsAreArray;
+
+const switchsim::MacAddress kClient = switchsim::mac("00:00:5e:00:53:01");
+const switchsim::MacAddress kServer = switchsim::mac("00:00:5e:00:53:02");
+
+// A client's SOLICIT on VLAN 10 asking for an address and a prefix, written out by hand.
+const Bytes kHandWrittenSolicit = {
+    0x33, 0x33, 0x00, 0x01, 0x00, 0x02, 0x00, 0x00, 0x5e, 0x00, 0x53, 0x01,  // MACs client -> 33:33:0:1:0:2
+    0x81, 0x00, 0x00, 0x0a, 0x86, 0xdd,                                      // VLAN 10, IPv6
+    0x60, 0x00, 0x00, 0x00, 0x00, 0x73, 0x11, 0x40,  // version 6, payload length 115, UDP, hop limit 64
+    0xfe, 0x80, 0, 0, 0, 0, 0, 0, 0x02, 0x00, 0x5e, 0xff, 0xfe, 0x00, 0x53, 0x01,  // fe80::200:5eff:fe00:5301
+    0xff, 0x02, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0x01, 0, 0x02,                    // ff02::1:2
+    0x02, 0x22, 0x02, 0x23, 0x00, 0x73, 0xf0, 0xb8,  // UDP 546 -> 547, length 115, checksum
+    0x01, 0x12, 0x34, 0x56,                          // SOLICIT, transaction id 0x123456
+    /* Client Identifier, DUID-LL of the client's MAC */
+    0x00, 0x01, 0x00, 0x0a, 0x00, 0x03, 0x00, 0x01, 0x00, 0x00, 0x5e, 0x00, 0x53, 0x01,
+    /* IA_NA, IAID 1, T1 0, T2 0 */
+    0x00, 0x03, 0x00, 0x28, 0, 0, 0, 0x01, 0, 0, 0, 0, 0, 0, 0, 0,
+    /* IA Address 2001:db8::1, preferred 3600, valid 7200 */
+    0x00, 0x05, 0x00, 0x18, 0x20, 0x01, 0x0d, 0xb8, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0x01,  //
+    0x00, 0x00, 0x0e, 0x10, 0x00, 0x00, 0x1c, 0x20,
+    /* IA_PD, IAID 2, T1 0, T2 0 */
+    0x00, 0x19, 0x00, 0x29, 0, 0, 0, 0x02, 0, 0, 0, 0, 0, 0, 0, 0,
+    /* IA Prefix, preferred 3600, valid 7200, 2001:db8:100::/56 */
+    0x00, 0x1a, 0x00, 0x19, 0x00, 0x00, 0x0e, 0x10, 0x00, 0x00, 0x1c, 0x20, 0x38,  //
+    0x20, 0x01, 0x0d, 0xb8, 0x01, 0x00, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0};
+
+// The DHCPv6 part of relayReply(), written out by hand.
+const Bytes kHandWrittenRelayReply = {
+    0x0d, 0x00, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0,                    // RELAY_REPLY, hops 0, ::
+    0xfe, 0x80, 0, 0, 0, 0, 0, 0, 0x02, 0x00, 0x5e, 0xff, 0xfe, 0x00, 0x53, 0x01,  // peer: the client
+    /* Interface-ID "p3" */
+    0x00, 0x12, 0x00, 0x02, 'p', '3',
+    /* Remote-ID, enterprise 32473, id ab */
+    0x00, 0x25, 0x00, 0x05, 0x00, 0x00, 0x7e, 0xd9, 0xab,
+    /* Relay Message: REPLY, transaction id 0x123456 */
+    0x00, 0x09, 0x00, 0x0d, 0x07, 0x12, 0x34, 0x56,
+    /* Status Code 0, "ok!" */
+    0x00, 0x0d, 0x00, 0x05, 0x00, 0x00, 'o', 'k', '!'};
+
+dhcp6::Dhcp6Frame taggedSolicit() {
+    auto frame = dhcp6::fromClient(
+        dhcp6::SOLICIT, kClient,
+        dhcp6::join(
+            {dhcp6::clientId(dhcp6::duidLl(kClient)),
+             dhcp6::iaNa(1, 0, 0, dhcp6::iaAddress(switchsim::ipv6("2001:db8::1"), 3600, 7200)),
+             dhcp6::iaPd(2, 0, 0, dhcp6::iaPrefix(3600, 7200, 56, switchsim::ipv6("2001:db8:100::")))}));
+    frame.vlanTag = 10;
+    frame.transactionId = 0x123456;
+    return frame;
+}
+
+// A REPLY relayed back towards the client, holding an odd number of bytes so the checksum pads.
+dhcp6::Dhcp6Frame relayReply() {
+    const Bytes reply = dhcp6::message(dhcp6::REPLY, 0x123456, dhcp6::statusCode(0, "ok!"));
+    return dhcp6::fromServer(dhcp6::RELAY_REPLY, kServer, kClient,
+                             dhcp6::join({dhcp6::interfaceId({'p', '3'}), dhcp6::remoteId(32473, {0xab}),
+                                          dhcp6::relayMessageOption(reply)}));
+}
+
+Bytes slice(const Bytes &bytes, size_t from, size_t size) {
+    return {bytes.begin() + static_cast<ptrdiff_t>(from),
+            bytes.begin() + static_cast<ptrdiff_t>(from + size)};
+}
+
+// The ones' complement sum over the IPv6 pseudo-header and the UDP datagram; 0xFFFF when the checksum holds.
+uint16_t foldedSum(const Bytes &frame, const PktRecvInfo &info) {
+    const size_t ip = info.etherTypeOffset + 2U;
+    const size_t udp = ip + 40;
+    uint32_t sum = 17 + (frame.size() - udp);
+    const auto add = [&](size_t from, size_t to) {
+        for (size_t i = from; i < to; i += 2) {
+            sum += (frame[i] << 8) + (i + 1 < to ? frame[i + 1] : 0);
+        }
+    };
+    add(ip + 8, udp);  // source and destination addresses
+    add(udp, frame.size());
+    while (sum > 0xFFFF) {
+        sum = (sum & 0xFFFF) + (sum >> 16);
+    }
+    return static_cast<uint16_t>(sum);
+}
+
+TEST(Dhcp6FrameBuilderTest, BuildsTheHandWrittenSolicit) {
+    EXPECT_THAT(dhcp6::buildDhcp6Frame(taggedSolicit()).bytes, ElementsAreArray(kHandWrittenSolicit));
+}
+
+TEST(Dhcp6FrameBuilderTest, RelayReplyCarriesTheRelayHeaderAndTheRelayOptions) {
+    const auto built = dhcp6::buildDhcp6Frame(relayReply());
+    EXPECT_THAT(slice(built.bytes, built.info.payloadOffset, built.bytes.size() - built.info.payloadOffset),
+                ElementsAreArray(kHandWrittenRelayReply));
+    // Unicast from the server's link-local address to the client's, relay port to relay port.
+    EXPECT_THAT(slice(built.bytes, 0, 12),
+                ElementsAreArray<uint8_t>({0, 0, 0x5e, 0, 0x53, 0x01, 0, 0, 0x5e, 0, 0x53, 0x02}));
+    EXPECT_THAT(slice(built.bytes, 22, 16), ElementsAreArray(switchsim::ipv6("fe80::200:5eff:fe00:5302")));
+    EXPECT_THAT(slice(built.bytes, 38, 16), ElementsAreArray(switchsim::ipv6("fe80::200:5eff:fe00:5301")));
+    EXPECT_THAT(slice(built.bytes, 54, 4), ElementsAreArray<uint8_t>({0x02, 0x23, 0x02, 0x23}));
+}
+
+TEST(Dhcp6FrameBuilderTest, ChecksumHoldsAndOffsetsPointAtTheHeadersWithAndWithoutTag) {
+    auto untagged = taggedSolicit();
+    untagged.vlanTag.reset();
+    auto tagged = relayReply();
+    tagged.vlanTag = 4094;
+    for (const auto &frame : {untagged, tagged}) {
+        const auto built = dhcp6::buildDhcp6Frame(frame);
+        EXPECT_EQ(built.info.etherTypeOffset, frame.vlanTag ? 16 : 12);
+        EXPECT_EQ(built.bytes.at(built.info.etherTypeOffset + 2U) >> 4, 6);
+        EXPECT_EQ(built.info.payloadOffset, built.info.etherTypeOffset + 2U + 40 + 8);
+        EXPECT_EQ(built.bytes.at(built.info.payloadOffset), frame.messageType);
+        EXPECT_EQ(foldedSum(built.bytes, built.info), 0xFFFF);
+    }
+}
+
+TEST(Dhcp6FrameBuilderTest, RejectsLengthsThatDoNotFitTheirFields) {
+    EXPECT_EQ(dhcp6::option(99, Bytes(65535)).size(), 65539U);
+    EXPECT_THROW(dhcp6::option(99, Bytes(65536)), std::invalid_argument);
+    // Options nested in an IA count towards the IA's own length.
+    EXPECT_THROW(dhcp6::iaNa(1, 0, 0, Bytes(65535 - 12 + 1)), std::invalid_argument);
+    EXPECT_THROW(dhcp6::message(dhcp6::SOLICIT, 0x1000000, {}), std::invalid_argument);
+    EXPECT_THROW(dhcp6::buildDhcp6Frame(dhcp6::fromClient(dhcp6::SOLICIT, kClient, Bytes(65535 - 8 - 3))),
+                 std::invalid_argument);
+}
+
+std::vector<PktRecvInfo> delivered;
+
+int32_t recordInfo(uint8_t * /*frame*/, uint32_t /*length*/, PktRecvTag /*tag*/, PktRecvInfo info) {
+    delivered.push_back(info);
+    return 0;
+}
+
+uint32_t queue = 0;
+
+void waitForMessage() {
+    uint8_t buffer[64];
+    VosMsgReplyAddress from{};
+    vosMsgRecv(queue, buffer, sizeof buffer, VOS_WAIT_FOREVER, &from);
+}
+
+TEST(Dhcp6FrameBuilderTest, TheSwitchDeliversBuiltFramesWithTheInfoTheBuilderReported) {
+    switchsim::Switch sw;
+    ASSERT_EQ(vosMsgInit("/test", 1, &queue), 0);
+    for (const uint16_t port : {dhcp6::kServerPort, dhcp6::kClientPort}) {
+        PktMatchDescriptor descriptor{};
+        descriptor.etherType = 0x86DD;
+        descriptor.ipProtocol = 17;
+        descriptor.udpPort = port;
+        descriptor.matchFlags = PKT_MATCH_ETHER_TYPE | PKT_MATCH_IP_PROTOCOL | PKT_MATCH_UDP_PORT;
+        ASSERT_EQ(smdVDPktRegister(1, &descriptor, 1, recordInfo), 0);
+    }
+    auto toClient = dhcp6::fromServer(dhcp6::ADVERTISE, kServer, kClient, {});
+    toClient.vlanTag = 10;
+    const std::vector<dhcp6::BuiltFrame> built = {dhcp6::buildDhcp6Frame(taggedSolicit()),
+                                                  dhcp6::buildDhcp6Frame(toClient),
+                                                  dhcp6::buildDhcp6Frame(relayReply())};
+    for (const auto &frame : built) {
+        sw.queueFrame(3, 10, frame.bytes);
+    }
+    sw.runUntilIdle(waitForMessage);
+
+    ASSERT_EQ(delivered.size(), built.size());
+    for (size_t i = 0; i < built.size(); ++i) {
+        EXPECT_EQ(std::memcmp(&delivered[i], &built[i].info, sizeof(PktRecvInfo)), 0) << "frame " << i;
+    }
+}
+
+}  // namespace
