@@ -6,7 +6,7 @@
 
 #include "core/SharedTypes.h"
 #include "core/Startup.h"
-#include "switchsim/FrameBuilder.h"
+#include "switchsim/Dhcp6FrameBuilder.h"
 #include "switchsim/RemoteCallMessage.h"
 #include "switchsim/Switch.h"
 
@@ -38,17 +38,13 @@ void heading(const char *title) {
     std::printf("\n== %s ==\n", title);
 }
 
+// A SOLICIT from the client with transaction id 0x123456 and an Elapsed Time of 0.
 switchsim::Bytes solicitFrame() {
-    switchsim::Udp6Frame frame;
-    frame.destinationMac = switchsim::mac("33:33:00:01:00:02");
-    frame.sourceMac = switchsim::mac("00:00:5e:00:53:01");
-    frame.sourceIp = switchsim::ipv6("fe80::200:5eff:fe00:5301");
-    frame.destinationIp = switchsim::ipv6("ff02::1:2");
-    frame.sourcePort = 546;
-    frame.destinationPort = 547;
-    // SOLICIT, transaction id 0x123456, an empty Elapsed Time option.
-    frame.payload = {0x01, 0x12, 0x34, 0x56, 0x00, 0x08, 0x00, 0x02, 0x00, 0x00};
-    return switchsim::buildUdp6Frame(frame);
+    namespace dhcp6 = switchsim::dhcp6;
+    auto frame =
+        dhcp6::fromClient(dhcp6::SOLICIT, switchsim::mac("00:00:5e:00:53:01"), dhcp6::elapsedTime(0));
+    frame.transactionId = 0x123456;
+    return dhcp6::buildDhcp6Frame(frame).bytes;
 }
 
 void printStartup(const Switch &sw) {
