@@ -11,3 +11,14 @@ inline uint16_t loadHostU16(const uint8_t *field) {
     std::memcpy(&value, field, sizeof value);
     return value;
 }
+
+// A 16-bit field in network byte order.
+inline uint16_t loadBe16(const uint8_t *field) {
+    return static_cast<uint16_t>(field[0] << 8 | field[1]);
+}
+
+// A 32-bit field in network byte order.
+inline uint32_t loadBe32(const uint8_t *field) {
+    return static_cast<uint32_t>(field[0]) << 24 | static_cast<uint32_t>(field[1]) << 16 |
+           static_cast<uint32_t>(field[2]) << 8 | field[3];
+}
