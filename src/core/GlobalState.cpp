@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "snooping/ClientTable.h"
 #include "source_guard/SourceGuardMode.h"
 
 extern "C" {
@@ -17,6 +18,7 @@ uint32_t dhcp6snoopingPortDownAction = 1;
 uint32_t portDownRemoveSwitch = 1;
 
 int dhcp6snooping_init(void) {
+    clientNodePoolInit();
     std::ranges::fill(portTrustMode, 0U);
     std::ranges::fill(portIpSourceGuardMode, SOURCE_GUARD_NONE);
     std::ranges::fill(portMaxNum, kDefaultClientLimit);

@@ -27,6 +27,6 @@ extern uint32_t dhcp6snoopingPortDownAction;
 // Non-zero: a port whose link goes down loses its clients.
 extern uint32_t portDownRemoveSwitch;
 
-// Puts the per-port and per-VLAN defaults in place at start-up. Returns 0.
+// Fills the client pool and puts the per-port and per-VLAN defaults in place at start-up. Returns 0.
 int dhcp6snooping_init(void);
 }

@@ -45,6 +45,9 @@ int32_t vosInetPton(int32_t family, const char *text, void *address) {
 }
 
 void *vosCalloc(size_t count, size_t size) {
+    if (switchsim::activeSim().failures.take("vosCalloc")) {
+        return nullptr;
+    }
     return std::calloc(count, size);
 }
 

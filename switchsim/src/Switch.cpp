@@ -77,6 +77,10 @@ void Switch::failPacketRegistration(std::string_view call, int32_t result, uint3
     state_->failures.add(call, result, times);
 }
 
+void Switch::failAllocations(uint32_t times) {
+    state_->failures.add("vosCalloc", 0, times);
+}
+
 void Switch::failFilterCall(std::string_view function, int32_t result, uint32_t times) {
     if (!function.starts_with("FRM_")) {
         throw std::invalid_argument("switchsim: not a filter service call: " + std::string(function));

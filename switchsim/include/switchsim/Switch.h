@@ -43,6 +43,8 @@ class Switch {
     void failMsgInit(int32_t result);
     // `call` is "smdVDPktRegister" or "smdVDPktRegRunning".
     void failPacketRegistration(std::string_view call, int32_t result, uint32_t times = 1);
+    // The next `times` calls of vosCalloc find no memory.
+    void failAllocations(uint32_t times = 1);
     // `function` is the name of one of the FRM_ calls.
     void failFilterCall(std::string_view function, int32_t result, uint32_t times = 1);
 

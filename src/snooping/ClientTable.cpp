@@ -1,0 +1,151 @@
+#include "snooping/ClientTable.h"
+
+#include <cstring>
+
+#include "core/DebugTrace.h"
+#include "core/GlobalState.h"
+#include "platform/FilterLayer.h"
+#include "source_guard/SourceGuardMode.h"
+#include "source_guard/StaticBindList.h"
+
+namespace {
+
+constexpr char kPoolExhausted[] = "\r\n lstGet failed, no enough node space.";
+constexpr uint32_t kMacSize = 6;
+
+ClientEntry *asEntry(void *record) {
+    return static_cast<ClientEntry *>(record);
+}
+
+bool validPort(uint32_t portIndex) {
+    return portIndex >= 1 && portIndex <= kPortTableSize;
+}
+
+void decrementIfPositive(uint16_t &count) {
+    if (count != 0) {
+        --count;
+    }
+}
+
+void uncount(ClientEntry &entry) {
+    if (entry.counted != 1) {
+        return;
+    }
+    if (validPort(entry.portIndex)) {
+        decrementIfPositive(portClientCount[entry.portIndex - 1]);
+    }
+    if (entry.vlanId < kVlanTableSize) {
+        decrementIfPositive(vlanClientCount[entry.vlanId]);
+    }
+    entry.counted = 0;
+}
+
+// Only an acknowledged client on a guarded port has filters, one per /128 address that no static binding
+// serves instead.
+void removeFilters(const ClientEntry &entry) {
+    if (entry.acked != 1 || !validPort(entry.portIndex) ||
+        portIpSourceGuardMode[entry.portIndex - 1] == SOURCE_GUARD_NONE) {
+        return;
+    }
+    for (uint32_t i = 0; i < entry.addresses.count; ++i) {
+        const ClientAddress &record = *addressAt(entry.addresses, i);
+        if (record.prefixLength != kAddressPrefixLength || staticBindCovers(entry.mac, record.address) != 0) {
+            continue;
+        }
+        Ipv6Address address;
+        std::memcpy(address.octets, record.address, sizeof address.octets);
+        dhcp6snoopingFilterRemove(FILTER_PORT_IP_MAC_VLAN, address, entry.mac, entry.portIndex, entry.vlanId);
+    }
+}
+
+}  // namespace
+
+extern "C" {
+
+AvlNode *clientTable = nullptr;
+ClientNodePool clientNodePool;
+
+void clientNodePoolInit(void) {
+    clientTable = nullptr;
+    lstInit(&clientNodePool.freeList);
+    for (ClientEntry &node : clientNodePool.nodes) {
+        node = {};
+        lstAdd(&clientNodePool.freeList, &node.linkage.free);
+    }
+}
+
+int32_t clientMacCompare(const void *entry, const void *key) {
+    const int order = std::memcmp(key, static_cast<const ClientEntry *>(entry)->mac, kMacSize);
+    return order < 0 ? -1 : (order > 0 ? 1 : 0);
+}
+
+ClientEntry *clientFind(const uint8_t *mac) {
+    if (mac == nullptr) {
+        return nullptr;
+    }
+    return asEntry(avlSearch(clientTable, mac, clientMacCompare));
+}
+
+ClientEntry *clientFindOrCreate(const uint8_t *mac) {
+    if (mac == nullptr) {
+        return nullptr;
+    }
+    if (ClientEntry *existing = clientFind(mac)) {
+        return existing;
+    }
+    LstNode *node = lstGet(&clientNodePool.freeList);
+    if (node == nullptr) {
+        dhcp6snooping_debug_printf(kPoolExhausted);
+        return nullptr;
+    }
+    auto *entry = reinterpret_cast<ClientEntry *>(node);
+    if (avlInsert(&clientTable, &entry->linkage.tree, mac, clientMacCompare) != 0) {
+        lstAdd(&clientNodePool.freeList, node);
+        return nullptr;
+    }
+    std::memcpy(entry->mac, mac, kMacSize);
+    entry->acked = 0;
+    entry->counted = 0;
+    return entry;
+}
+
+int32_t clientDelete(const uint8_t *mac) {
+    if (mac == nullptr) {
+        return -1;
+    }
+    // The MAC may live in the entry being removed: keep the key apart from it.
+    uint8_t key[kMacSize];
+    std::memcpy(key, mac, kMacSize);
+    if (clientFind(key) == nullptr) {
+        return 0;
+    }
+    ClientEntry *entry = asEntry(avlDelete(&clientTable, key, clientMacCompare));
+    if (entry == nullptr) {
+        return 0;
+    }
+    uncount(*entry);
+    removeFilters(*entry);
+    addressListClear(&entry->addresses, addressListFreeItem);
+    *entry = {};
+    lstAdd(&clientNodePool.freeList, &entry->linkage.free);
+    return 0;
+}
+
+int32_t clientDeleteAll(void) {
+    while (ClientEntry *entry = clientFirst()) {
+        clientDelete(entry->mac);
+    }
+    return 0;
+}
+
+ClientEntry *clientFirst(void) {
+    return asEntry(avlMinimumGet(clientTable));
+}
+
+ClientEntry *clientAfter(const uint8_t *mac) {
+    if (mac == nullptr) {
+        return nullptr;
+    }
+    return asEntry(avlSuccessorGet(clientTable, mac, clientMacCompare));
+}
+}

@@ -1,0 +1,63 @@
+#pragma once
+// The learned clients: one entry per client MAC, taken from a fixed pool of nodes and kept in a tree ordered
+// by MAC, so that lookups are fast and every reader can walk the clients in MAC order.
+
+#include <cstddef>
+#include <cstdint>
+
+#include "core/SharedTypes.h"
+#include "platform/ContainerApi.h"
+#include "snooping/AddressList.h"
+
+extern "C" {
+
+// The tree links an entry while it is in the table, the free list while it is in the pool; never both.
+union ClientLinkage {
+    AvlNode tree;
+    LstNode free;
+};
+
+struct ClientEntry {
+    ClientLinkage linkage;     // first, where the containers expect their node header
+    uint32_t vlanId;           // VLAN on which the client was last recorded
+    uint32_t portIndex;        // port on which the client was last recorded; 0 = none
+    uint8_t mac[6];            // the key
+    uint32_t pendingLifetime;  // seconds left to an unacknowledged client
+    uint32_t lastUpdate;       // vosUpSeconds of the last aging step, recording or acknowledgement
+    uint32_t acked;            // 1 once a REPLY with usable bindings was merged; only then has it filters
+    uint32_t counted;          // 1 while included in portClientCount and vlanClientCount
+    AddressList addresses;
+};
+static_assert(offsetof(ClientEntry, linkage) == 0);
+
+struct ClientNodePool {
+    ClientEntry nodes[kMaxClients];
+    LstList freeList;
+};
+
+extern AvlNode *clientTable;
+extern ClientNodePool clientNodePool;
+
+// Puts every node of the pool on the free list, in ascending order, with an empty table.
+void clientNodePoolInit(void);
+
+// Orders entries by MAC, byte by byte as unsigned values: -1 when `key` sorts before the entry's MAC, 1
+// after.
+int32_t clientMacCompare(const void *entry, const void *key);
+
+// The entry of `mac`, or null (also for a null MAC).
+ClientEntry *clientFind(const uint8_t *mac);
+// The entry of `mac`, or a new zeroed entry holding only the MAC; null when the pool is exhausted (traced) or
+// the MAC is null.
+ClientEntry *clientFindOrCreate(const uint8_t *mac);
+// Removes the client of `mac` with everything it caused: its counts, then the filters of its addresses, then
+// the addresses. Returns -1 for a null MAC, otherwise 0, also when there is no such client.
+int32_t clientDelete(const uint8_t *mac);
+// Removes every client. Returns 0.
+int32_t clientDeleteAll(void);
+
+// Walks in MAC order: the first client, and the client after `mac` (which need not be in the table). Fetch
+// the next one before acting on the current one, and the current one may be deleted.
+ClientEntry *clientFirst(void);
+ClientEntry *clientAfter(const uint8_t *mac);
+}
