@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Installs what is needed, then checks the formatting, builds the project plainly and with the
-# sanitizers, runs every test in both builds, and runs clang-tidy.
+# sanitizers, runs every test in both builds, runs the fuzz targets for a bounded time, and runs
+# clang-tidy.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -11,4 +12,5 @@ for flavour in plain sanitize; do
 done
 ctest --test-dir build --output-on-failure -j "$(nproc)"
 ctest --test-dir build-sanitize --output-on-failure -j "$(nproc)"
+scripts/run-fuzz.sh
 scripts/check-tidy.sh
