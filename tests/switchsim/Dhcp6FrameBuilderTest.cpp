@@ -10,6 +10,7 @@
 
 #include "platform/SmdPacketApi.h"
 #include "platform/VosApi.h"
+#include "support/TestProcessQueue.h"
 #include "switchsim/Dhcp6FrameBuilder.h"
 #include "switchsim/Switch.h"
 
@@ -148,17 +149,9 @@ int32_t recordInfo(uint8_t * /*frame*/, uint32_t /*length*/, PktRecvTag /*tag*/,
     return 0;
 }
 
-uint32_t queue = 0;
-
-void waitForMessage() {
-    uint8_t buffer[64];
-    VosMsgReplyAddress from{};
-    vosMsgRecv(queue, buffer, sizeof buffer, VOS_WAIT_FOREVER, &from);
-}
-
 TEST(Dhcp6FrameBuilderTest, TheSwitchDeliversBuiltFramesWithTheInfoTheBuilderReported) {
     switchsim::Switch sw;
-    ASSERT_EQ(vosMsgInit("/test", 1, &queue), 0);
+    ASSERT_EQ(testqueue::open(), 0);
     for (const uint16_t port : {dhcp6::kServerPort, dhcp6::kClientPort}) {
         PktMatchDescriptor descriptor{};
         descriptor.etherType = 0x86DD;
@@ -175,7 +168,7 @@ TEST(Dhcp6FrameBuilderTest, TheSwitchDeliversBuiltFramesWithTheInfoTheBuilderRep
     for (const auto &frame : built) {
         sw.queueFrame(3, 10, frame.bytes);
     }
-    sw.runUntilIdle(waitForMessage);
+    sw.runUntilIdle(testqueue::waitForMessage);
 
     ASSERT_EQ(delivered.size(), built.size());
     for (size_t i = 0; i < built.size(); ++i) {

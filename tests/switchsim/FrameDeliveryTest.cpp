@@ -9,6 +9,7 @@
 
 #include "platform/SmdPacketApi.h"
 #include "platform/VosApi.h"
+#include "support/TestProcessQueue.h"
 #include "switchsim/FrameBuilder.h"
 #include "switchsim/Switch.h"
 
@@ -55,19 +56,11 @@ int32_t recordFrame(uint8_t *frame, uint32_t length, PktRecvTag tag, PktRecvInfo
     return 0;
 }
 
-uint32_t queue = 0;
-
-void waitForMessage() {
-    uint8_t buffer[64];
-    VosMsgReplyAddress from{};
-    vosMsgRecv(queue, buffer, sizeof buffer, VOS_WAIT_FOREVER, &from);
-}
-
 // Acts as a process that traps UDP port 547 and waits on its own queue.
 class FrameDeliveryTest : public ::testing::Test {
   protected:
     void trap(uint32_t mode) {
-        ASSERT_EQ(vosMsgInit("/test", 1, &queue), 0);
+        ASSERT_EQ(testqueue::open(), 0);
         PktMatchDescriptor descriptor{};
         descriptor.etherType = 0x86DD;
         descriptor.ipProtocol = 17;
@@ -76,7 +69,7 @@ class FrameDeliveryTest : public ::testing::Test {
         ASSERT_EQ(smdVDPktRegister(1, &descriptor, mode, recordFrame), 0);
     }
 
-    void serve() { sw.runUntilIdle(waitForMessage); }
+    void serve() { sw.runUntilIdle(testqueue::waitForMessage); }
 
     switchsim::Switch sw;
 };
