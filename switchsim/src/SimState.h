@@ -9,6 +9,7 @@
 #include <set>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <variant>
 #include <vector>
 
@@ -67,6 +68,12 @@ struct ActiveRegistration {
     PktRecvCallback callback;
 };
 
+// Where the MAC table learned an address: on a port, or on a link-aggregation group.
+struct MacEntry {
+    bool onAggregation = false;
+    uint32_t portOrAggregation = 0;
+};
+
 struct SimState {
     SwitchConfig config;
     std::map<uint32_t, uint32_t> moduleLevels;
@@ -88,6 +95,14 @@ struct SimState {
     std::vector<PacketRegistration> registrationCalls;
     std::vector<ActiveRegistration> registrations;
     std::vector<SwitchedFrame> switchedFrames;
+
+    // VLANs, link aggregation, the MAC table and port names.
+    std::map<uint32_t, std::vector<uint32_t>> vlans;
+    std::map<uint32_t, uint32_t> aggregationOfPort;
+    std::set<uint32_t> aggregations;
+    std::map<std::pair<MacAddress, uint32_t>, MacEntry> macTable;
+    std::map<uint32_t, std::string> portNames;
+    std::vector<MacLookup> macLookups;
 
     // Filter service.
     std::vector<FilterCall> filterCalls;

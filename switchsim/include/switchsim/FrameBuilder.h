@@ -9,7 +9,6 @@
 
 namespace switchsim {
 
-using MacAddress = std::array<uint8_t, 6>;
 using Ipv6Bytes = std::array<uint8_t, 16>;
 
 struct Udp6Frame {

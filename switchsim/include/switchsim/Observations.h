@@ -9,6 +9,7 @@
 namespace switchsim {
 
 using Bytes = std::vector<uint8_t>;
+using MacAddress = std::array<uint8_t, 6>;
 
 // One call of smdVDPktRegister or smdVDPktRegRunning, with the descriptor's bytes as passed.
 struct PacketRegistration {
@@ -64,6 +65,14 @@ struct SwitchedFrame {
     uint32_t ingressPort = 0;
     uint32_t vlan = 0;
     Bytes frame;
+};
+
+// One call of smdVDMacGet: the inputs of the query as passed, and the answer.
+struct MacLookup {
+    std::string mac;
+    uint32_t vlan = 0;
+    uint32_t port = 0;
+    int32_t result = 0;
 };
 
 }  // namespace switchsim

@@ -38,6 +38,16 @@ class Switch {
     void setModuleLogLevel(uint32_t moduleId, uint32_t highestLevel);
     // Also write console output to standard error as it is printed.
     void echoConsole(bool on);
+    // The VLAN exists with these member ports; adding it again replaces its members.
+    void addVlan(uint32_t vlanId, std::vector<uint32_t> memberPorts);
+    // A link-aggregation group (id 1 to 0x7FFFFFFF); a port is in one group at most. Adding it again
+    // replaces its members.
+    void addAggregation(uint32_t aggregationId, const std::vector<uint32_t> &memberPorts);
+    // MAC table entries; each replaces any earlier entry of the address in that VLAN.
+    void learnMac(const MacAddress &mac, uint32_t vlanId, uint32_t port);
+    void learnMacOnAggregation(const MacAddress &mac, uint32_t vlanId, uint32_t aggregationId);
+    // The name transPort2EtherPort writes for the port; by default port p is "ethernet1/0/p".
+    void setPortName(uint32_t port, std::string name);
 
     // Fault injection. The next `times` calls answer `result` and change nothing.
     void failMsgInit(int32_t result);
@@ -78,6 +88,7 @@ class Switch {
     [[nodiscard]] const std::vector<RemoteCallDebugLine> &remoteCallDebugLines() const;
     [[nodiscard]] const std::vector<RunningConfigAnswer> &runningConfigAnswers() const;
     [[nodiscard]] const std::vector<SwitchedFrame> &switchedFrames() const;
+    [[nodiscard]] const std::vector<MacLookup> &macLookups() const;
     [[nodiscard]] uint32_t upSeconds() const;
 
   private:
