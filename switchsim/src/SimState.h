@@ -104,6 +104,11 @@ struct SimState {
     std::map<uint32_t, std::string> portNames;
     std::vector<MacLookup> macLookups;
 
+    // Frames the daemon sent.
+    bool keepSentFrames = true;
+    std::vector<SentFrame> sentFrames;
+    uint64_t sentFrameCount = 0;
+
     // Filter service.
     std::vector<FilterCall> filterCalls;
     std::set<std::string> installedFilters;

@@ -1,11 +1,12 @@
 // The simulated switch answers the daemon's forwarding questions (VLAN members, link aggregation, the MAC
-// table, port names); the daemon's forwarding tests rely on these answers.
+// table, port names) and records what it sends; the daemon's forwarding tests rely on these answers.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cstdint>
+#include <iterator>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -17,6 +18,7 @@
 namespace {
 
 using ::testing::ElementsAre;
+using ::testing::IsEmpty;
 
 std::vector<uint32_t> portsIn(const PortList &list) {
     std::vector<uint32_t> ports;
@@ -96,6 +98,44 @@ TEST(ForwardingServicesTest, MacTableAnswersPortAggregationOrMissAndRecordsTheQu
     EXPECT_EQ(miss.mac + " " + std::to_string(miss.vlan) + " " + std::to_string(miss.port),
               "00:00:5e:00:53:02 20 9");
     EXPECT_EQ(miss.result, -1);
+}
+
+TEST(ForwardingServicesTest, SentFramesAreRecordedOrOnlyCountedAndSendsCanFail) {
+    switchsim::Switch sw;
+    const uint8_t frame[] = {0x33, 0x33, 0x00, 0x01, 0x00, 0x02};
+    PktRecvInfo info{};
+    info.frameKind = 1;
+    PortList ports{};
+    ports.bits[0] = 0x41;  // ports 2 and 8
+    ports.bits[2] = 0x80;  // port 17
+
+    EXPECT_EQ(smdVDPktSendPort(frame, sizeof frame, &info, 10, 0x80000002, 5), 0);
+    sw.failFrameSend("smdVDPktSendPortlist", -7);
+    EXPECT_EQ(smdVDPktSendPortlist(frame, 4, &info, 20, &ports, 0), -7);
+    EXPECT_EQ(smdVDPktSendPortlist(frame, 4, &info, 20, &ports, 0), 0);
+    EXPECT_THROW(sw.failFrameSend("smdVDPktSend", -7), std::invalid_argument);
+
+    ASSERT_EQ(sw.sentFrames().size(), 2U);
+    const auto &single = sw.sentFrames()[0];
+    const auto &listed = sw.sentFrames()[1];
+    EXPECT_THAT(single.ports, ElementsAre(0x80000002U));
+    EXPECT_THAT(listed.ports, ElementsAre(2, 8, 17));
+    EXPECT_EQ(single.bytes, switchsim::Bytes(std::begin(frame), std::end(frame)));
+    EXPECT_EQ(listed.bytes.size(), 4U);
+    // {vlan, toPortList, flags, frameKind}
+    const auto fields = [](const switchsim::SentFrame &f) {
+        return std::vector<uint32_t>{f.vlan, f.toPortList, f.flags, f.info.frameKind};
+    };
+    EXPECT_THAT(fields(single), ElementsAre(10, 0, 5, 1));
+    EXPECT_THAT(fields(listed), ElementsAre(20, 1, 0, 1));
+
+    sw.keepSentFrames(false);
+    EXPECT_EQ(smdVDPktSendPort(frame, sizeof frame, &info, 10, 3, 0), 0);
+    EXPECT_EQ(sw.sentFrames().size(), 2U);
+    EXPECT_EQ(sw.sentFrameCount(), 3U);
+    sw.clearSentFrames();
+    EXPECT_THAT(sw.sentFrames(), IsEmpty());
+    EXPECT_EQ(sw.sentFrameCount(), 0U);
 }
 
 TEST(ForwardingServicesTest, PortNamesByDefaultSetOrTruncated) {

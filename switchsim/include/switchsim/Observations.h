@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "platform/SmdPacketApi.h"
+
 namespace switchsim {
 
 using Bytes = std::vector<uint8_t>;
@@ -73,6 +75,18 @@ struct MacLookup {
     uint32_t vlan = 0;
     uint32_t port = 0;
     int32_t result = 0;
+};
+
+// A frame the daemon sent with smdVDPktSendPort or smdVDPktSendPortlist.
+struct SentFrame {
+    uint16_t vlan = 0;
+    // The single port value as passed (bit 31 set: aggregation group `value & 0x7FFFFFFF`), or the ports of
+    // the list in ascending order.
+    std::vector<uint32_t> ports;
+    bool toPortList = false;
+    Bytes bytes;
+    PktRecvInfo info{};
+    uint32_t flags = 0;
 };
 
 }  // namespace switchsim

@@ -57,6 +57,8 @@ class Switch {
     void failAllocations(uint32_t times = 1);
     // `function` is the name of one of the FRM_ calls.
     void failFilterCall(std::string_view function, int32_t result, uint32_t times = 1);
+    // `call` is "smdVDPktSendPort" or "smdVDPktSendPortlist"; a failed send is not recorded.
+    void failFrameSend(std::string_view call, int32_t result, uint32_t times = 1);
 
     // Driving.
     void queueMessage(Bytes message);
@@ -89,6 +91,13 @@ class Switch {
     [[nodiscard]] const std::vector<RunningConfigAnswer> &runningConfigAnswers() const;
     [[nodiscard]] const std::vector<SwitchedFrame> &switchedFrames() const;
     [[nodiscard]] const std::vector<MacLookup> &macLookups() const;
+    // Frames the daemon sent, in the order sent, while keeping them is on (the default). Off, only the
+    // count grows, so that a benchmark sends without the switch allocating.
+    void keepSentFrames(bool keep);
+    [[nodiscard]] const std::vector<SentFrame> &sentFrames() const;
+    // Frames sent since the switch was built or the sent frames were last cleared, kept or not.
+    [[nodiscard]] uint64_t sentFrameCount() const;
+    void clearSentFrames();
     [[nodiscard]] uint32_t upSeconds() const;
 
   private:
