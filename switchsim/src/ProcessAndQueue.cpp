@@ -150,6 +150,8 @@ int32_t vosTimerRegister(uint32_t periodic, uint32_t periodMs, VosTimerCallback 
 }
 
 uint32_t vosUpSeconds(void) {
-    return activeSim().upSeconds;
+    auto &sim = activeSim();
+    sim.upSeconds += sim.secondsPerClockRead;
+    return sim.upSeconds;
 }
 }

@@ -87,6 +87,7 @@ struct SimState {
     std::optional<uint32_t> queueHandle;
     uint32_t deliveredMessageLength = 0;
     uint32_t upSeconds = 0;
+    uint32_t secondsPerClockRead = 0;
     VosBldrunCallback runningConfigCallback = nullptr;
     VosTimerCallback timerCallback = nullptr;
     LinkChangeCallback linkChangeCallback = nullptr;

@@ -119,6 +119,14 @@ void Switch::queueRunningConfigRequest(uint32_t capacity) {
     state_->events.emplace_back(RunningConfigEvent{capacity});
 }
 
+void Switch::advanceClock(uint32_t seconds) {
+    state_->upSeconds += seconds;
+}
+
+void Switch::advanceClockOnEachRead(uint32_t seconds) {
+    state_->secondsPerClockRead = seconds;
+}
+
 bool Switch::idle() const {
     return state_->events.empty();
 }

@@ -13,6 +13,7 @@
 
 #include "platform/SmdPacketApi.h"
 #include "platform/SwitchHelperApi.h"
+#include "platform/VosApi.h"
 #include "switchsim/Switch.h"
 
 namespace {
@@ -136,6 +137,26 @@ TEST(ForwardingServicesTest, SentFramesAreRecordedOrOnlyCountedAndSendsCanFail) 
     sw.clearSentFrames();
     EXPECT_THAT(sw.sentFrames(), IsEmpty());
     EXPECT_EQ(sw.sentFrameCount(), 0U);
+}
+
+int timerRuns = 0;
+int32_t countTimerRun() {
+    return ++timerRuns;
+}
+
+TEST(ForwardingServicesTest, ClockMovesOnByHandOrOnEveryReadWithoutRunningTheTimer) {
+    switchsim::Switch sw;
+    uint32_t timer = 0;
+    ASSERT_EQ(vosTimerRegister(1, 1000, countTimerRun, &timer, 0), 0);
+    sw.advanceClock(5);
+    EXPECT_EQ(vosUpSeconds(), 5U);
+    sw.advanceClockOnEachRead(2);
+    EXPECT_EQ(vosUpSeconds(), 7U);
+    EXPECT_EQ(vosUpSeconds(), 9U);
+    EXPECT_EQ(sw.upSeconds(), 9U);
+    sw.advanceClockOnEachRead(0);
+    EXPECT_EQ(vosUpSeconds(), 9U);
+    EXPECT_EQ(timerRuns, 0);
 }
 
 TEST(ForwardingServicesTest, PortNamesByDefaultSetOrTruncated) {
