@@ -31,8 +31,12 @@ void dhcp6snoopingAssertFailed(const char *condition, const char *function, int 
     std::abort();
 }
 
+bool dhcp6snoopingTraceOn() {
+    return syslogModuleSwitch(kDhcp6SnoopingModuleId, kTraceLevel) != 0;
+}
+
 extern "C" void dhcp6snooping_debug_printf(const char *format, ...) {
-    if (format == nullptr || syslogModuleSwitch(kDhcp6SnoopingModuleId, kTraceLevel) == 0) {
+    if (format == nullptr || !dhcp6snoopingTraceOn()) {
         return;
     }
     std::memset(debugStr, 0, sizeof debugStr);

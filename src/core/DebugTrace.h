@@ -9,5 +9,9 @@ extern "C" {
 void dhcp6snooping_debug_printf(const char *format, ...) __attribute__((format(printf, 1, 2)));
 }
 
+// True while debugging of the daemon's module is switched on, so that a caller can skip preparing the
+// arguments of trace lines that would not be sent.
+bool dhcp6snoopingTraceOn();
+
 // Prints the failed condition on the console, naming the function and line given, and aborts.
 [[noreturn]] void dhcp6snoopingAssertFailed(const char *condition, const char *function, int line);

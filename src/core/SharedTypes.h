@@ -14,6 +14,8 @@ inline constexpr VlanId kFirstVlan = 1;
 inline constexpr VlanId kLastVlan = 4094;
 inline constexpr uint32_t kMaxClients = 2048;
 
+inline constexpr uint32_t kMacSize = 6;
+
 // The daemon's module number at the system log service.
 inline constexpr uint32_t kDhcp6SnoopingModuleId = 54;
 

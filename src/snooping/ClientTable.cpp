@@ -4,14 +4,11 @@
 
 #include "core/DebugTrace.h"
 #include "core/GlobalState.h"
-#include "platform/FilterLayer.h"
-#include "source_guard/SourceGuardMode.h"
-#include "source_guard/StaticBindList.h"
+#include "snooping/BindingFilter.h"
 
 namespace {
 
 constexpr char kPoolExhausted[] = "\r\n lstGet failed, no enough node space.";
-constexpr uint32_t kMacSize = 6;
 
 ClientEntry *asEntry(void *record) {
     return static_cast<ClientEntry *>(record);
@@ -40,21 +37,16 @@ void uncount(ClientEntry &entry) {
     entry.counted = 0;
 }
 
-// Only an acknowledged client on a guarded port has filters, one per /128 address that no static binding
-// serves instead.
+// Only an acknowledged client can have filters.
 void removeFilters(const ClientEntry &entry) {
-    if (entry.acked != 1 || !validPort(entry.portIndex) ||
-        portIpSourceGuardMode[entry.portIndex - 1] == SOURCE_GUARD_NONE) {
+    if (entry.acked != 1) {
         return;
     }
     for (uint32_t i = 0; i < entry.addresses.count; ++i) {
         const ClientAddress &record = *addressAt(entry.addresses, i);
-        if (record.prefixLength != kAddressPrefixLength || staticBindCovers(entry.mac, record.address) != 0) {
-            continue;
+        if (bindingHasFilter(entry, record, entry.portIndex)) {
+            bindingFilterRemove(entry, record);
         }
-        Ipv6Address address;
-        std::memcpy(address.octets, record.address, sizeof address.octets);
-        dhcp6snoopingFilterRemove(FILTER_PORT_IP_MAC_VLAN, address, entry.mac, entry.portIndex, entry.vlanId);
     }
 }
 

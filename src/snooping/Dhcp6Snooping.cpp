@@ -1,7 +1,101 @@
 #include "snooping/Dhcp6Snooping.h"
 
-extern "C" int32_t dhcp6snoopingRegPktProcess(uint8_t * /*frame*/, uint32_t /*length*/, PktRecvTag /*tag*/,
-                                              PktRecvInfo /*info*/) {
-    // Nothing is snooped yet: the daemon starts with snooping off.
+#include <cstring>
+
+#include "core/DebugTrace.h"
+#include "core/GlobalState.h"
+#include "core/MacText.h"
+#include "relay_option/Forwarding.h"
+#include "snooping/Dhcp6Options.h"
+#include "snooping/MessageHandlers.h"
+
+namespace {
+
+constexpr int kAlignmentAssertionLine = 4704;
+constexpr uint16_t kSnoopedKindPlain = 0;
+constexpr uint16_t kSnoopedKindTagged = 1;
+constexpr uint32_t kWordLowBits = 0xFFFF;
+
+enum MessageType : uint8_t {
+    SOLICIT = 1,
+    ADVERTISE,
+    REQUEST,
+    CONFIRM,
+    RENEW,
+    REBIND,
+    REPLY,
+    RELEASE,
+    DECLINE,
+    RECONFIGURE,
+    INFORMATION_REQUEST,
+    RELAY_FORWARD,
+    RELAY_REPLY,
+};
+
+}  // namespace
+
+extern "C" {
+
+int32_t dhcp6snoopingRegPktProcess(uint8_t *frame, uint32_t length, PktRecvTag tag, PktRecvInfo info) {
+    if (reinterpret_cast<uintptr_t>(frame) % 4 != 2) {
+        dhcp6snoopingAssertFailed("IP_ALLIGN == ((ulong_t)pkt) % 4", "dhcp6snoopingRegPktProcess",
+                                  kAlignmentAssertionLine);
+    }
+    if (info.frameKind != kSnoopedKindPlain && info.frameKind != kSnoopedKindTagged) {
+        return info.frameKind;
+    }
+    SnoopPacket packet{frame, length, tag.vlanId & kWordLowBits, tag.portIndex & kWordLowBits, {}, info};
+    std::memcpy(packet.recordRest, tag.reserved, sizeof packet.recordRest);
+    if (dhcp6snoopingOnOff != 1) {
+        return 0;
+    }
+    // The packet service delivers only ports 1..224 and VLANs below 4096; anything else is left alone
+    // rather than used as a table index.
+    if (packet.portIndex < 1 || packet.portIndex > kPortTableSize || packet.vlanId >= kVlanTableSize) {
+        return 0;
+    }
+    dhcp6snoopingPktSnoop(&packet, info.payloadOffset, packet.vlanId, packet.portIndex - 1);
     return 0;
+}
+
+int32_t dhcp6snoopingPktSnoop(SnoopPacket *packet, uint32_t payloadOffset, uint32_t vlanId,
+                              uint32_t ingress) {
+    Dhcp6Message message{};
+    PktRecvInfo located = packet->info;
+    located.payloadOffset = static_cast<uint16_t>(payloadOffset);
+    // A frame too short for its Ethernet addresses or for the message header is dropped unread.
+    if (packet->length < kEthernetAddressesSize ||
+        !dhcp6LocateMessage(packet->frame, packet->length, located, &message)) {
+        return 0;
+    }
+    const MessageContext context{packet, &message, payloadOffset, vlanId, ingress};
+    switch (message.type) {
+        case SOLICIT:
+        case REQUEST:
+        case CONFIRM:
+        case RENEW:
+        case REBIND:
+            handleClientMessage(context);
+            break;
+        case REPLY:
+            handleReply(context);
+            break;
+        case RELEASE:
+        case DECLINE:
+            handleRelease(context);
+            break;
+        case ADVERTISE:
+        case RECONFIGURE:
+        case RELAY_REPLY:
+            handleServerMessage(context);
+            break;
+        case INFORMATION_REQUEST:
+        case RELAY_FORWARD:
+            dhcp6snoopingSendToServers(packet, static_cast<uint16_t>(vlanId), ingress, payloadOffset);
+            break;
+        default:
+            break;
+    }
+    return 0;
+}
 }

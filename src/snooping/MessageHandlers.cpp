@@ -1,0 +1,245 @@
+#include "snooping/MessageHandlers.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "core/DebugTrace.h"
+#include "core/GlobalState.h"
+#include "core/MacText.h"
+#include "platform/VosApi.h"
+#include "relay_option/Forwarding.h"
+#include "snooping/BindingFilter.h"
+#include "snooping/ClientTable.h"
+#include "snooping/LeaseExtraction.h"
+
+namespace {
+
+constexpr char kZeroMac[] = "\r\n client mac = 0, drop dhcpv6 %s msg";
+constexpr char kLimitReached[] = "\r\n user number reaches max of port or vlan, drop dhcpv6 %s msg";
+constexpr char kRecorded[] = "\r\n receive dhcpv6 %s msg, record user: mac %s, vlan %d, port %s";
+constexpr char kReleased[] = "\r\n receive dhcpv6 %s msg, delete user: mac %s";
+constexpr char kUntrustedPort[] = "\r\n dhcpv6 %s msg comes from untrust port, drop msg.";
+constexpr char kNoRecord[] = "\r\n receive dhcpv6 %s msg but found no record of user: mac %s";
+constexpr char kSamePort[] = "\r\n dhcpv6 %s msg port same as request msg port, delete user: mac %s";
+constexpr char kLearned[] = "\r\n dhcpv6 %s msg to user: mac %s";
+constexpr char kTrustedClient[] = "\r\n user in trust port, do not record user: mac %s";
+
+constexpr uint32_t kPendingLifetime = 180;
+
+const char *nameOf(const MessageContext &context) {
+    return dhcp6MessageName(context.message->type);
+}
+
+bool trusted(uint32_t portIndex0) {
+    return portTrustMode[portIndex0] == 1;
+}
+
+bool isZero(const uint8_t *mac) {
+    return std::all_of(mac, mac + kMacSize, [](uint8_t octet) { return octet == 0; });
+}
+
+// The MAC is all zero: nothing can be recorded under it.
+bool refuseZeroMac(const MessageContext &context, const uint8_t *mac) {
+    if (!isZero(mac)) {
+        return false;
+    }
+    dhcp6snooping_debug_printf(kZeroMac, nameOf(context));
+    return true;
+}
+
+void sendToServers(const MessageContext &context) {
+    dhcp6snoopingSendToServers(context.packet, static_cast<uint16_t>(context.vlanId), context.ingress,
+                               context.payloadOffset);
+}
+
+void sendToClient(const MessageContext &context) {
+    dhcp6snoopingSendToClient(context.packet, static_cast<uint16_t>(context.vlanId), context.ingress);
+}
+
+// When the port or the VLAN is full, only a client already recorded there may go on.
+bool withinLimits(const MessageContext &context, const uint8_t *mac) {
+    const uint32_t port0 = context.ingress;
+    const uint32_t vlan = context.vlanId;
+    const bool portFull = portClientCount[port0] >= portMaxNum[port0];
+    const bool vlanFull = vlanClientCount[vlan] >= vlanMaxNum[vlan];
+    if (!portFull && !vlanFull) {
+        return true;
+    }
+    const ClientEntry *entry = clientFind(mac);
+    return entry != nullptr && (!portFull || entry->portIndex == port0 + 1) &&
+           (!vlanFull || entry->vlanId == vlan);
+}
+
+void record(const MessageContext &context, const uint8_t *mac) {
+    const ClientEntry *known = clientFind(mac);
+    // A client that moved starts afresh: its counts, filters and bindings belonged to its old place.
+    if (known != nullptr && (known->vlanId != context.vlanId || known->portIndex != context.ingress + 1)) {
+        clientDelete(mac);
+    }
+    ClientEntry *entry = clientFindOrCreate(mac);
+    if (entry == nullptr) {
+        return;
+    }
+    entry->vlanId = context.vlanId;
+    entry->portIndex = context.ingress + 1;
+    if (entry->counted == 0) {
+        entry->counted = 1;
+        ++vlanClientCount[context.vlanId];
+        ++portClientCount[context.ingress];
+    }
+    if (entry->acked == 0) {
+        entry->pendingLifetime = kPendingLifetime;
+        entry->lastUpdate = vosUpSeconds();
+    }
+    if (dhcp6snoopingTraceOn()) {
+        char portName[PORT_NAME_TEXT_SIZE] = {};
+        transPort2EtherPort(entry->portIndex, portName);
+        dhcp6snooping_debug_printf(kRecorded, nameOf(context), macText(mac).text,
+                                   static_cast<int>(context.vlanId), portName);
+    }
+}
+
+ClientAddress *findBinding(const AddressList &list, const ClientAddress &wanted) {
+    for (uint32_t i = 0; i < list.count; ++i) {
+        if (sameBinding(*addressAt(list, i), wanted)) {
+            return addressAt(list, i);
+        }
+    }
+    return nullptr;
+}
+
+// The bindings of the message, extracted into a list that lives only while the message is handled.
+class ExtractedBindings {
+  public:
+    ExtractedBindings(const MessageContext &context, uint32_t finalFlag)
+        : usable_(leaseExtractSettings(&settings_, context.message->options, context.message->optionsLength,
+                                       finalFlag) == 1) {}
+    ~ExtractedBindings() { addressListClear(&settings_.addresses, addressListFreeItem); }
+    ExtractedBindings(const ExtractedBindings &) = delete;
+    ExtractedBindings &operator=(const ExtractedBindings &) = delete;
+
+    [[nodiscard]] bool usable() const { return usable_; }
+    [[nodiscard]] const AddressList &list() const { return settings_.addresses; }
+
+  private:
+    LeaseSettings settings_{};
+    bool usable_;
+};
+
+void merge(ClientEntry &entry, const AddressList &extracted) {
+    for (uint32_t i = 0; i < extracted.count; ++i) {
+        ClientAddress &granted = *addressAt(extracted, i);
+        if (ClientAddress *known = findBinding(entry.addresses, granted)) {
+            *known = granted;
+        } else {
+            addressListAppend(&entry.addresses, &granted, sizeof granted);
+        }
+    }
+}
+
+}  // namespace
+
+void handleClientMessage(const MessageContext &context) {
+    const uint8_t *mac = context.packet->frame + kSourceMacOffset;
+    if (refuseZeroMac(context, mac)) {
+        return;
+    }
+    if (!trusted(context.ingress)) {
+        if (!withinLimits(context, mac)) {
+            dhcp6snooping_debug_printf(kLimitReached, nameOf(context));
+            return;
+        }
+        record(context, mac);
+    }
+    sendToServers(context);
+}
+
+void handleRelease(const MessageContext &context) {
+    const uint8_t *mac = context.packet->frame + kSourceMacOffset;
+    if (refuseZeroMac(context, mac)) {
+        return;
+    }
+    if (ClientEntry *entry = clientFind(mac)) {
+        {
+            const ExtractedBindings released(context, /*finalFlag=*/0);
+            for (uint32_t i = 0; i < released.list().count; ++i) {
+                ClientAddress *known = findBinding(entry->addresses, *addressAt(released.list(), i));
+                if (known == nullptr) {
+                    continue;
+                }
+                // The guard mode of the port the message came in on decides, not that of the recorded port.
+                if (bindingHasFilter(*entry, *known, context.ingress + 1)) {
+                    bindingFilterRemove(*entry, *known);
+                }
+                if (dhcp6snoopingTraceOn()) {
+                    dhcp6snooping_debug_printf(kReleased, nameOf(context), macText(mac).text);
+                }
+                addressListRemove(&entry->addresses, known, addressListFreeItem);
+            }
+        }
+        if (entry->acked == 1 && entry->addresses.count == 0) {
+            clientDelete(entry->mac);
+        }
+    }
+    sendToServers(context);
+}
+
+void handleReply(const MessageContext &context) {
+    const uint8_t *mac = context.packet->frame + kDestinationMacOffset;
+    if (refuseZeroMac(context, mac)) {
+        return;
+    }
+    if (!trusted(context.ingress)) {
+        dhcp6snooping_debug_printf(kUntrustedPort, nameOf(context));
+        return;
+    }
+    ClientEntry *entry = clientFind(mac);
+    if (entry == nullptr) {
+        if (dhcp6snoopingTraceOn()) {
+            dhcp6snooping_debug_printf(kNoRecord, nameOf(context), macText(mac).text);
+        }
+        sendToClient(context);
+        return;
+    }
+    if (entry->portIndex == context.ingress + 1) {
+        if (dhcp6snoopingTraceOn()) {
+            dhcp6snooping_debug_printf(kSamePort, nameOf(context), macText(mac).text);
+        }
+        clientDelete(entry->mac);
+        return;
+    }
+    {
+        const ExtractedBindings granted(context, /*finalFlag=*/1);
+        if (granted.usable()) {
+            merge(*entry, granted.list());
+            entry->lastUpdate = vosUpSeconds();
+            entry->acked = 1;
+            if (dhcp6snoopingTraceOn()) {
+                dhcp6snooping_debug_printf(kLearned, nameOf(context), macText(mac).text);
+            }
+            // Every REPLY installs the filters of all the client's addresses again, the renewed ones
+            // included.
+            for (uint32_t i = 0; i < entry->addresses.count; ++i) {
+                const ClientAddress &record = *addressAt(entry->addresses, i);
+                if (bindingHasFilter(*entry, record, entry->portIndex)) {
+                    bindingFilterInstall(*entry, record);
+                }
+            }
+        }
+    }
+    if (entry->portIndex >= 1 && entry->portIndex <= kPortTableSize && trusted(entry->portIndex - 1)) {
+        if (dhcp6snoopingTraceOn()) {
+            dhcp6snooping_debug_printf(kTrustedClient, macText(mac).text);
+        }
+        clientDelete(entry->mac);
+    }
+    sendToClient(context);
+}
+
+void handleServerMessage(const MessageContext &context) {
+    if (!trusted(context.ingress)) {
+        dhcp6snooping_debug_printf(kUntrustedPort, nameOf(context));
+        return;
+    }
+    sendToClient(context);
+}
