@@ -42,6 +42,13 @@ int32_t serve(const char *function, std::string arguments, bool argumentsValid, 
     return result;
 }
 
+// While address filters are only counted, a call succeeds at once and nothing of it is kept.
+bool onlyCounted() {
+    auto &sim = activeSim();
+    ++sim.addressFilterCallCount;
+    return !sim.keepAddressFilters;
+}
+
 std::string forward(const uint8_t *address, const uint8_t *mac, const std::string &port,
                     const std::string &vlan) {
     std::string filter = "forward ip6 " + ipv6Text(address);
@@ -58,16 +65,25 @@ std::string forward(const uint8_t *address, const uint8_t *mac, const std::strin
 }
 
 int32_t globalIp(const char *function, Change change, const uint8_t *address) {
+    if (onlyCounted()) {
+        return 0;
+    }
     return serve(function, ipv6Text(address), address != nullptr, change, forward(address, nullptr, "", ""));
 }
 
 int32_t globalIpMac(const char *function, Change change, const uint8_t *mac, const uint8_t *address) {
+    if (onlyCounted()) {
+        return 0;
+    }
     return serve(function, join({macText(mac), ipv6Text(address)}), mac != nullptr && address != nullptr,
                  change, forward(address, mac, "", ""));
 }
 
 int32_t portIpMac(const char *function, Change change, uint32_t port, const uint8_t *mac,
                   const uint8_t *address) {
+    if (onlyCounted()) {
+        return 0;
+    }
     const std::string portText = std::to_string(port);
     return serve(function, join({portText, macText(mac), ipv6Text(address)}),
                  mac != nullptr && address != nullptr, change, forward(address, mac, portText, ""));
@@ -75,6 +91,9 @@ int32_t portIpMac(const char *function, Change change, uint32_t port, const uint
 
 int32_t portIpMacVlan(const char *function, Change change, uint32_t port, const uint8_t *mac,
                       const uint8_t *address, uint32_t vlan) {
+    if (onlyCounted()) {
+        return 0;
+    }
     const std::string portText = std::to_string(port);
     const std::string vlanText = std::to_string(vlan);
     return serve(function, join({portText, macText(mac), ipv6Text(address), vlanText}),

@@ -99,8 +99,10 @@ int32_t smdVDMacGet(MacTableQuery *query) {
     switchsim::MacAddress mac{};
     std::memcpy(mac.data(), query->mac, mac.size());
     const auto found = sim.macTable.find({mac, query->vlanId});
-    sim.macLookups.push_back({switchsim::macText(query->mac), query->vlanId, query->port,
-                              found != sim.macTable.end() ? 0 : switchsim::kFailed});
+    if (sim.keepSentFrames) {
+        sim.macLookups.push_back({switchsim::macText(query->mac), query->vlanId, query->port,
+                                  found != sim.macTable.end() ? 0 : switchsim::kFailed});
+    }
     if (found == sim.macTable.end()) {
         return switchsim::kFailed;
     }
@@ -138,6 +140,11 @@ int32_t lac_ap_2_ag_hi_hi_excpt_cur(const PortList *members, PortList *egress, u
     const PortList from = *members;  // egress may be the member list itself
     *egress = PortList{};
     const uint32_t ingress = uint32_t{ingressPortIndex} + 1;
+    if (ofPort.empty()) {
+        *egress = from;
+        switchsim::removePort(*egress, ingress);
+        return 0;
+    }
     const auto ingressGroup = ofPort.find(ingress);
     // Groups that already send through a port, or that the frame came in on; ports are visited in
     // ascending order, so each group sends through its lowest-numbered member in the list.

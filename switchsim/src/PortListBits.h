@@ -22,6 +22,12 @@ inline void addPort(PortList &list, uint32_t port) {
     }
 }
 
+inline void removePort(PortList &list, uint32_t port) {
+    if (port >= 1 && port <= kPortListPorts) {
+        list.bits[(port - 1) / 8] &= static_cast<uint8_t>(~(0x80U >> ((port - 1) % 8)));
+    }
+}
+
 // The ports of the list in ascending order.
 inline std::vector<uint32_t> portsOf(const PortList &list) {
     std::vector<uint32_t> ports;

@@ -113,6 +113,8 @@ struct SimState {
     // Filter service.
     std::vector<FilterCall> filterCalls;
     std::set<std::string> installedFilters;
+    bool keepAddressFilters = true;
+    uint64_t addressFilterCallCount = 0;
 
     // Remote-call wrapper service.
     std::vector<std::pair<uint32_t, uint32_t>> remoteCallRanges;

@@ -189,6 +189,14 @@ const std::vector<RunningConfigAnswer> &Switch::runningConfigAnswers() const {
 const std::vector<SwitchedFrame> &Switch::switchedFrames() const {
     return state_->switchedFrames;
 }
+void Switch::keepAddressFilters(bool keep) {
+    state_->keepAddressFilters = keep;
+}
+
+uint64_t Switch::addressFilterCallCount() const {
+    return state_->addressFilterCallCount;
+}
+
 uint32_t Switch::upSeconds() const {
     return state_->upSeconds;
 }

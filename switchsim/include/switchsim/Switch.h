@@ -88,6 +88,10 @@ class Switch {
     [[nodiscard]] const std::vector<FilterCall> &filterCalls() const;
     // The filters in place now, one text each, in sorted order.
     [[nodiscard]] std::vector<std::string> installedFilters() const;
+    // With `keep` false, the calls that install or remove a filter for one address succeed at once and are
+    // only counted, for benchmarks: no call is recorded and no filter kept.
+    void keepAddressFilters(bool keep);
+    [[nodiscard]] uint64_t addressFilterCallCount() const;
     [[nodiscard]] const std::vector<SyslogLine> &syslogLines() const;
     [[nodiscard]] const std::vector<std::string> &consoleLines() const;
     [[nodiscard]] const std::vector<Reply> &replies() const;
@@ -97,7 +101,8 @@ class Switch {
     [[nodiscard]] const std::vector<SwitchedFrame> &switchedFrames() const;
     [[nodiscard]] const std::vector<MacLookup> &macLookups() const;
     // Frames the daemon sent, in the order sent, while keeping them is on (the default). Off, only the
-    // count grows, so that a benchmark sends without the switch allocating.
+    // count grows and MAC lookups are not recorded either, so that a benchmark sends without the switch
+    // allocating.
     void keepSentFrames(bool keep);
     [[nodiscard]] const std::vector<SentFrame> &sentFrames() const;
     // Frames sent since the switch was built or the sent frames were last cleared, kept or not.
