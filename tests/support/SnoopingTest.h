@@ -1,0 +1,81 @@
+#pragma once
+// A test with snooping on, on a 24-port switch: VLAN 10 holds ports 1 to 8, and a DHCPv6 server sits
+// behind trusted port 1, where the switch has learned its MAC.
+
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "core/GlobalState.h"
+#include "platform/VosApi.h"
+#include "snooping/ClientTable.h"
+#include "snooping/SnoopingOnOff.h"
+#include "support/DaemonTest.h"
+#include "switchsim/Dhcp6FrameBuilder.h"
+
+class SnoopingTest : public DaemonTest {
+  protected:
+    static constexpr uint32_t kVlan = 10;
+    static constexpr uint32_t kServerPort = 1;
+
+    void SetUp() override {
+        sw.addVlan(kVlan, {1, 2, 3, 4, 5, 6, 7, 8});
+        sw.learnMac(kServer, kVlan, kServerPort);
+        startDaemon();
+        portTrustMode[kServerPort - 1] = 1;
+        dhcp6snoopingStart();
+        traceOn();
+    }
+
+    void clientSends(uint8_t type, const switchsim::MacAddress &client, uint32_t port,
+                     const switchsim::Bytes &options = {}) {
+        deliver(port, switchsim::dhcp6::fromClient(type, client, options));
+    }
+    void serverSends(uint8_t type, const switchsim::MacAddress &client, uint32_t port,
+                     const switchsim::Bytes &options = {}) {
+        deliver(port, switchsim::dhcp6::fromServer(type, kServer, client, options));
+    }
+    void deliver(uint32_t port, const switchsim::dhcp6::Dhcp6Frame &frame) {
+        sw.queueFrame(port, kVlan, switchsim::dhcp6::buildDhcp6Frame(frame).bytes);
+        serve();
+    }
+
+    // The ports each frame sent since the last look went out of, in order; clears the record.
+    std::vector<std::vector<uint32_t>> takeSent() {
+        std::vector<std::vector<uint32_t>> ports;
+        for (const auto &frame : sw.sentFrames()) {
+            ports.push_back(frame.ports);
+        }
+        sw.clearSentFrames();
+        return ports;
+    }
+
+    // The filters in place for single addresses, without those of snooping itself.
+    [[nodiscard]] std::vector<std::string> addressFilters() const {
+        std::vector<std::string> filters;
+        for (const std::string &filter : sw.installedFilters()) {
+            if (filter.starts_with("forward ip6 ")) {
+                filters.push_back(filter);
+            }
+        }
+        return filters;
+    }
+
+    // "address/prefix-length valid-lifetime" of each binding of the client, or nothing without a client.
+    static std::vector<std::string> bindingsOf(const switchsim::MacAddress &client) {
+        std::vector<std::string> texts;
+        const ClientEntry *entry = clientFind(client.data());
+        for (uint32_t i = 0; entry != nullptr && i < entry->addresses.count; ++i) {
+            const ClientAddress &record = *addressAt(entry->addresses, i);
+            char text[64] = {};
+            vosInetNtop(VOS_AF_INET6, record.address, text, sizeof text);
+            texts.push_back(std::string(text) + "/" + std::to_string(record.prefixLength) + " " +
+                            std::to_string(record.validLifetime));
+        }
+        return texts;
+    }
+
+    const switchsim::MacAddress kServer = switchsim::mac("00:00:5e:00:53:ff");
+    const switchsim::MacAddress kClient = switchsim::mac("02:00:00:00:00:01");
+    const switchsim::MacAddress kOtherClient = switchsim::mac("02:00:00:00:00:02");
+};
