@@ -1,9 +1,10 @@
-// Writes the seed corpus of the options fuzzer into the folder given: the options areas of messages made by
-// the frame builder, one file each.
+// Writes the seed corpus of a fuzz target into the folder given, one file per seed, from messages made by
+// the frame builder: "options" gets options areas, "receive" gets runs of frames with their switch state.
 
 #include <cstdio>
 #include <fstream>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "switchsim/Dhcp6FrameBuilder.h"
@@ -15,8 +16,11 @@ using switchsim::mac;
 
 namespace {
 
-std::vector<Bytes> seeds() {
-    const Bytes client = clientId(duidLl(mac("02:00:00:00:00:01")));
+const auto kClient = mac("02:00:00:00:00:01");
+const auto kServer = mac("00:00:5e:00:53:ff");
+
+std::vector<Bytes> optionAreas() {
+    const Bytes client = clientId(duidLl(kClient));
     const Bytes address1 = iaAddress(ipv6("2001:db8::1"), 600, 900);
     const Bytes address2 = iaAddress(ipv6("2001:db8::2"), 0, 0, statusCode(2, "gone"));
     const Bytes prefix = iaPrefix(300, 600, 56, ipv6("2001:db8:0:100::"));
@@ -31,19 +35,53 @@ std::vector<Bytes> seeds() {
     };
 }
 
+// One record of the receive target: port, VLAN and flag selectors, payload offset, length, frame.
+Bytes record(uint8_t port, uint8_t flags, const Dhcp6Frame &frame) {
+    const BuiltFrame built = buildDhcp6Frame(frame);
+    Bytes bytes = {static_cast<uint8_t>(port - 1),
+                   0,
+                   flags,
+                   static_cast<uint8_t>(built.info.payloadOffset),
+                   static_cast<uint8_t>(built.bytes.size() >> 8),
+                   static_cast<uint8_t>(built.bytes.size())};
+    bytes.insert(bytes.end(), built.bytes.begin(), built.bytes.end());
+    return bytes;
+}
+
+std::vector<Bytes> receiveRuns() {
+    constexpr uint8_t kOn = 0x01;
+    constexpr uint8_t kTrusted = 0x02;
+    constexpr uint8_t kGuarded = 0x04;
+    const Bytes granted =
+        iaNa(1, 0, 0, join({iaAddress(ipv6("2001:db8::1"), 5, 9), iaAddress(ipv6("2001:db8::2"), 5, 9)}));
+    const Bytes released = iaNa(1, 0, 0, iaAddress(ipv6("2001:db8::1"), 0, 0));
+    return {
+        join({record(3, kOn | kGuarded, fromClient(SOLICIT, kClient, {})),
+              record(1, kOn | kTrusted, fromServer(ADVERTISE, kServer, kClient, {})),
+              record(3, kOn | kGuarded, fromClient(REQUEST, kClient, {})),
+              record(1, kOn | kTrusted, fromServer(REPLY, kServer, kClient, granted)),
+              record(3, kOn | kGuarded, fromClient(RELEASE, kClient, released))}),
+        join({record(3, kOn, fromClient(SOLICIT, kClient, {})),
+              record(4, kOn, fromClient(REQUEST, kClient, {})),
+              record(4, kOn | kTrusted, fromServer(REPLY, kServer, kClient, granted))}),
+        record(5, kOn, fromServer(RELAY_REPLY, kServer, kClient, {})),
+    };
+}
+
 }  // namespace
 
 int main(int argc, char **argv) {
-    if (argc != 2) {
-        std::fprintf(stderr, "usage: %s <corpus folder>\n", argv[0]);
+    const std::string_view target = argc == 3 ? argv[1] : "";
+    if (target != "options" && target != "receive") {
+        std::fprintf(stderr, "usage: %s options|receive <corpus folder>\n", argv[0]);
         return 2;
     }
     int number = 0;
-    for (const Bytes &seed : seeds()) {
-        std::ofstream out(std::string(argv[1]) + "/seed-" + std::to_string(number++), std::ios::binary);
+    for (const Bytes &seed : target == "options" ? optionAreas() : receiveRuns()) {
+        std::ofstream out(std::string(argv[2]) + "/seed-" + std::to_string(number++), std::ios::binary);
         out.write(reinterpret_cast<const char *>(seed.data()), static_cast<std::streamsize>(seed.size()));
         if (!out) {
-            std::fprintf(stderr, "cannot write the corpus into %s\n", argv[1]);
+            std::fprintf(stderr, "cannot write the corpus into %s\n", argv[2]);
             return 1;
         }
     }

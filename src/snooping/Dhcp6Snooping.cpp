@@ -36,6 +36,7 @@ enum MessageType : uint8_t {
 
 extern "C" {
 
+// NOLINTNEXTLINE(readability-non-const-parameter): the packet service's callback type hands a writable frame
 int32_t dhcp6snoopingRegPktProcess(uint8_t *frame, uint32_t length, PktRecvTag tag, PktRecvInfo info) {
     if (reinterpret_cast<uintptr_t>(frame) % 4 != 2) {
         dhcp6snoopingAssertFailed("IP_ALLIGN == ((ulong_t)pkt) % 4", "dhcp6snoopingRegPktProcess",

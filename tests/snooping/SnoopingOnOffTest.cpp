@@ -11,7 +11,6 @@
 namespace {
 
 using namespace switchsim::dhcp6;
-using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
 class SnoopingOnOffTest : public SnoopingTest {
