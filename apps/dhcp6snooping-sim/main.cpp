@@ -1,129 +1,193 @@
-// dhcp6snooping-sim: the daemon on a simulated 24-port switch. It starts the daemon, plays a short
-// scenario through the switch and prints what the switch saw.
+// dhcp6snooping-sim: the daemon on a simulated 24-port switch. A server behind a trusted port hands out
+// addresses and a prefix to three clients while a rogue server tries to answer too; one client moves, one
+// releases an address, an address runs out and a link goes down. Each event is printed with where the
+// daemon sent the frame, its trace lines and the filters it changed; at the end, the client table.
 
+#include <cstdint>
 #include <cstdio>
 #include <string>
+#include <vector>
 
+#include "Narrator.h"
+#include "OperatorView.h"
+#include "core/GlobalState.h"
 #include "core/SharedTypes.h"
 #include "core/Startup.h"
+#include "snooping/Dhcp6Options.h"
+#include "snooping/SnoopingOnOff.h"
+#include "source_guard/SourceGuardMode.h"
 #include "switchsim/Dhcp6FrameBuilder.h"
-#include "switchsim/RemoteCallMessage.h"
 #include "switchsim/Switch.h"
 
 namespace {
 
-using switchsim::Switch;
+namespace dhcp6 = switchsim::dhcp6;
+using switchsim::Bytes;
+using switchsim::ipv6;
+using switchsim::mac;
 
 constexpr uint32_t kPorts = 24;
-constexpr uint32_t kClientPort = 3;
-constexpr uint16_t kClientVlan = 10;
+constexpr uint32_t kVlan = 10;
+constexpr uint32_t kServerPort = 1;
+constexpr uint32_t kRoguePort = 7;
+constexpr uint32_t kGuardedPorts[] = {3, 4};
+constexpr uint32_t kTraceLevel = 7;
 
-// A console or log text on one line: its leading and trailing line breaks dropped, inner ones shown as " | ".
-std::string oneLine(const std::string &text) {
-    const size_t first = text.find_first_not_of("\r\n");
-    const size_t last = text.find_last_not_of("\r\n");
-    if (first == std::string::npos) {
-        return {};
+struct Host {
+    const char *name;
+    switchsim::MacAddress mac;
+};
+
+// A client with what it asks for in its SOLICIT and what the server grants it.
+struct Client {
+    Host host;
+    Bytes ask;
+    Bytes grant;
+};
+
+// The DHCPv6 side of the scenario: every message goes through the narrator, the clients' with their client
+// identifier, the servers' with their server identifier and the client's.
+class Exchanges {
+  public:
+    Exchanges(Narrator &narrator, Host server) : narrator_(narrator), server_(server) {}
+
+    void clientSends(const Host &client, uint32_t port, uint8_t type, const Bytes &options) {
+        const Bytes all = dhcp6::join({dhcp6::clientId(dhcp6::duidLl(client.mac)), options});
+        narrator_.deliver(std::string(client.name) + " " + dhcp6MessageName(type), port,
+                          dhcp6::fromClient(type, client.mac, all));
     }
-    std::string line;
-    for (const char c : text.substr(first, last - first + 1)) {
-        if (c != '\r') {
-            line += c == '\n' ? std::string(" | ") : std::string(1, c);
-        }
+    void serverSends(const Host &server, uint32_t port, uint8_t type, const Host &client,
+                     const Bytes &options) {
+        const Bytes all = dhcp6::join({dhcp6::serverId(dhcp6::duidLl(server.mac)),
+                                       dhcp6::clientId(dhcp6::duidLl(client.mac)), options});
+        narrator_.deliver(std::string(server.name) + " " + dhcp6MessageName(type) + " to " + client.name,
+                          port, dhcp6::fromServer(type, server.mac, client.mac, all));
     }
-    return line;
-}
+
+    // SOLICIT from the client, ADVERTISE from the server.
+    void solicit(const Client &client, uint32_t port) {
+        clientSends(client.host, port, dhcp6::SOLICIT, client.ask);
+        serverSends(server_, kServerPort, dhcp6::ADVERTISE, client.host, client.grant);
+    }
+    // REQUEST from the client, REPLY from the server: the client holds its grant.
+    void request(const Client &client, uint32_t port) {
+        clientSends(client.host, port, dhcp6::REQUEST,
+                    dhcp6::join({dhcp6::serverId(dhcp6::duidLl(server_.mac)), client.grant}));
+        serverSends(server_, kServerPort, dhcp6::REPLY, client.host, client.grant);
+    }
+    void fullExchange(const Client &client, uint32_t port) {
+        solicit(client, port);
+        request(client, port);
+    }
+
+  private:
+    Narrator &narrator_;
+    Host server_;
+};
 
 void heading(const char *title) {
-    std::printf("\n== %s ==\n", title);
+    std::printf("== %s ==\n", title);
 }
 
-// A SOLICIT from the client with transaction id 0x123456 and an Elapsed Time of 0.
-switchsim::Bytes solicitFrame() {
-    namespace dhcp6 = switchsim::dhcp6;
-    auto frame =
-        dhcp6::fromClient(dhcp6::SOLICIT, switchsim::mac("00:00:5e:00:53:01"), dhcp6::elapsedTime(0));
-    frame.transactionId = 0x123456;
-    return dhcp6::buildDhcp6Frame(frame).bytes;
-}
-
-void printStartup(const Switch &sw) {
-    heading("start-up: what the daemon asked of the platform, in order");
-    for (const std::string &call : sw.lifecycleCalls()) {
-        std::printf("  %s\n", call.c_str());
+void buildSwitch(switchsim::Switch &sw, const Host &server) {
+    std::vector<uint32_t> members;
+    for (uint32_t port = 1; port <= kPorts; ++port) {
+        members.push_back(port);
     }
-    heading("packet registrations");
-    for (const auto &registration : sw.packetRegistrations()) {
-        std::printf("  %s unit %u mode %u%s -> %d\n    descriptor:", registration.call.c_str(),
-                    registration.unit, registration.mode,
-                    registration.mode == 3 ? " (the switch keeps forwarding DHCPv6)" : "",
-                    registration.result);
-        for (const uint8_t byte : registration.descriptor) {
-            std::printf(" %02x", byte);
-        }
-        std::printf("\n");
+    sw.addVlan(kVlan, members);
+    // The server has been on the network for a while: the switch knows where it is.
+    sw.learnMac(server.mac, kVlan, kServerPort);
+}
+
+// Until the management calls exist, trust and source guard are configured by writing the daemon's
+// per-port tables directly.
+void configurePorts() {
+    portTrustMode[kServerPort - 1] = 1;
+    for (const uint32_t port : kGuardedPorts) {
+        portIpSourceGuardMode[port - 1] = SOURCE_GUARD_IPV6_MAC_VLAN;
     }
 }
 
-void printScenarioResults(const Switch &sw) {
-    heading("frames the switch forwarded itself while snooping is off");
-    for (const auto &frame : sw.switchedFrames()) {
-        std::printf("  %zu-byte frame in on port %u, VLAN %u\n", frame.frame.size(), frame.ingressPort,
-                    frame.vlan);
-    }
-    heading("replies to management messages");
-    for (const auto &reply : sw.replies()) {
-        std::printf("  result %d, %u bytes\n", reply.result, reply.length);
-    }
-    heading("running configuration");
-    for (const auto &answer : sw.runningConfigAnswers()) {
-        std::printf("  result %u, %zu characters%s\n", answer.result, answer.text.size(),
-                    answer.text.empty() ? " (every setting is at its default)" : "");
-    }
-    heading("console");
-    for (const std::string &line : sw.consoleLines()) {
-        std::printf("  %s\n", oneLine(line).c_str());
-    }
-    heading("system log");
-    for (const auto &line : sw.syslogLines()) {
-        std::printf("  module %u level %u %s: %s\n", line.module, line.level, line.name.c_str(),
-                    oneLine(line.text).c_str());
-    }
-    if (sw.syslogLines().empty()) {
-        std::printf("  (nothing)\n");
-    }
-    std::printf("\nclock: %u s up; filters in place: %zu\n", sw.upSeconds(), sw.installedFilters().size());
+// The hosts of the scenario; their MACs are 00:00:5e:00:53:xx. A gets two addresses, one of them short-lived;
+// B an address and a delegated /56; C one address.
+struct Cast {
+    Host server{"server", mac("00:00:5e:00:53:01")};
+    Host rogue{"rogue", mac("00:00:5e:00:53:66")};
+    Client a{{"A", mac("00:00:5e:00:53:0a")},
+             dhcp6::iaNa(1, 0, 0),
+             dhcp6::iaNa(1, 0, 0,
+                         dhcp6::join({dhcp6::iaAddress(ipv6("2001:db8:10::a1"), 150, 300),
+                                      dhcp6::iaAddress(ipv6("2001:db8:10::a2"), 15, 30)}))};
+    switchsim::Ipv6Bytes addressOfB = ipv6("2001:db8:10::b1");
+    Client b{{"B", mac("00:00:5e:00:53:0b")},
+             dhcp6::join({dhcp6::iaNa(2, 0, 0), dhcp6::iaPd(3, 0, 0)}),
+             dhcp6::join({dhcp6::iaNa(2, 0, 0, dhcp6::iaAddress(addressOfB, 1800, 3600)),
+                          dhcp6::iaPd(3, 0, 0, dhcp6::iaPrefix(43200, 86400, 56, ipv6("2001:db8:b00::")))})};
+    Client c{{"C", mac("00:00:5e:00:53:0c")},
+             dhcp6::iaNa(4, 0, 0),
+             dhcp6::iaNa(4, 0, 0, dhcp6::iaAddress(ipv6("2001:db8:10::c1"), 1800, 3600))};
+    Bytes rogueGrant = dhcp6::iaNa(1, 0, 0, dhcp6::iaAddress(ipv6("2001:db8:bad::1"), 3600, 7200));
+    // B gives its address back; lifetimes in a RELEASE mean nothing and are left at 0.
+    Bytes releaseOfB = dhcp6::join({dhcp6::serverId(dhcp6::duidLl(server.mac)),
+                                    dhcp6::iaNa(2, 0, 0, dhcp6::iaAddress(addressOfB, 0, 0))});
+};
+
+void playScenario(switchsim::Switch &sw, const Cast &cast) {
+    Narrator narrator(sw, kVlan);
+    Exchanges exchanges(narrator, cast.server);
+
+    heading("1. a DHCPv6 server behind port 1; snooping on");
+    configurePorts();
+    dhcp6snoopingStart();
+    narrator.report("port 1 trusted, ports 3 and 4 guarded (ipv6-mac-vlan), snooping switched on");
+
+    heading("2. client A on port 3: two addresses, valid 300 s and 30 s");
+    exchanges.fullExchange(cast.a, 3);
+
+    heading("3. client B on port 4: an address and a delegated /56");
+    exchanges.fullExchange(cast.b, 4);
+
+    heading("4. a rogue server on untrusted port 7 answers A");
+    exchanges.serverSends(cast.rogue, kRoguePort, dhcp6::ADVERTISE, cast.a.host, cast.rogueGrant);
+    exchanges.serverSends(cast.rogue, kRoguePort, dhcp6::REPLY, cast.a.host, cast.rogueGrant);
+
+    heading("5. client C solicits on port 5, then moves to port 6 and requests there");
+    exchanges.solicit(cast.c, 5);
+    exchanges.request(cast.c, 6);
+
+    heading("6. client B releases its address");
+    exchanges.clientSends(cast.b.host, 4, dhcp6::RELEASE, cast.releaseOfB);
+
+    heading("7. time passes");
+    narrator.passTime(31);
+
+    heading("8. the link of C's port goes down");
+    narrator.linkDown(6);
+}
+
+void printOperatorView(const switchsim::Switch &sw) {
+    heading("9. what the operator sees");
+    printClientTable(sw.upSeconds());
+    printClientCounts();
+    printFilters(sw);
 }
 
 }  // namespace
 
 int main() {
-    Switch sw(switchsim::SwitchConfig{.portCount = kPorts, .absentPorts = {}});
-    sw.setModuleLogLevel(kDhcp6SnoopingModuleId, 7);
-
-    std::printf("dhcp6snooping on a simulated %u-port switch; snooping starts off.\n", kPorts);
-    std::printf(
-        "Scenario: a client's SOLICIT on port %u, VLAN %u; three timer ticks; the link of port %u goes\n"
-        "down; a management message of an unknown type; a remote call no wrapper serves; a failed\n"
-        "receive; a running-configuration request.\n",
-        kClientPort, kClientVlan, kClientPort);
-    sw.queueFrame(kClientPort, kClientVlan, solicitFrame());
-    sw.queueTimerTicks(3);
-    sw.queueLinkChange(kClientPort, 0);
-    switchsim::Bytes unknownType(switchsim::kRemoteCallHeaderSize, 0);
-    unknownType[0] = 5;  // a message type the daemon does not serve
-    sw.queueMessage(unknownType);
-    sw.queueRemoteCall(6250, {});
-    sw.queueReceiveFailure(-3);
-    sw.queueRunningConfigRequest(4096);
-
-    const auto result = sw.runMain(dhcp6snoopingMain, {"/sbin/dhcp6snooping"});
-    printStartup(sw);
-    printScenarioResults(sw);
-    if (result) {
-        std::printf("\nthe daemon ended with %d\n", *result);
+    const Cast cast;
+    switchsim::Switch sw(switchsim::SwitchConfig{.portCount = kPorts, .absentPorts = {}});
+    buildSwitch(sw, cast.server);
+    if (dhcp6snoopingStartup("/sbin/dhcp6snooping") != 0) {
+        std::fprintf(stderr, "dhcp6snooping-sim: the daemon did not start\n");
         return 1;
     }
-    std::printf("\nthe daemon is waiting for its next message.\n");
+    sw.setModuleLogLevel(kDhcp6SnoopingModuleId, kTraceLevel);
+
+    std::printf("dhcp6snooping on a simulated %u-port switch, VLAN %u = ports 1-%u, daemon trace on.\n",
+                kPorts, kVlan, kPorts);
+    std::printf("MACs 00:00:5e:00:53:xx: server :01, rogue :66, clients A :0a, B :0b, C :0c.\n");
+    playScenario(sw, cast);
+    printOperatorView(sw);
     return 0;
 }

@@ -1,0 +1,166 @@
+#include "Narrator.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <iterator>
+
+#include "OperatorView.h"
+#include "core/MacText.h"
+#include "core/MainLoop.h"
+#include "core/SharedTypes.h"
+#include "snooping/ClientTable.h"
+
+namespace {
+
+constexpr uint32_t kTraceLevel = 7;
+constexpr uint32_t kAggregationBit = 0x80000000U;
+
+// "1-2,4-24": the ports in ascending order, runs of neighbours written as ranges.
+std::string portRanges(const std::vector<uint32_t> &ports) {
+    std::string text;
+    for (size_t first = 0; first < ports.size();) {
+        size_t last = first;
+        while (last + 1 < ports.size() && ports[last + 1] == ports[last] + 1) {
+            ++last;
+        }
+        text += (text.empty() ? "" : ",") + std::to_string(ports[first]);
+        if (last > first) {
+            text += "-" + std::to_string(ports[last]);
+        }
+        first = last + 1;
+    }
+    return text;
+}
+
+std::string destinationOf(const switchsim::SentFrame &frame) {
+    if (frame.toPortList) {
+        return "ports " + portRanges(frame.ports);
+    }
+    const uint32_t value = frame.ports.front();
+    if ((value & kAggregationBit) != 0) {
+        return "aggregation group " + std::to_string(value & ~kAggregationBit);
+    }
+    return "port " + std::to_string(value);
+}
+
+// Where the frames sent since the last look went.
+std::string whereSent(const std::vector<switchsim::SentFrame> &frames) {
+    std::string text;
+    for (const auto &frame : frames) {
+        text += (text.empty() ? "" : "; ") + destinationOf(frame);
+    }
+    return text;
+}
+
+// A trace text without the line break and space the daemon puts before it for the console.
+std::string trimmed(const std::string &text) {
+    const size_t first = text.find_first_not_of("\r\n ");
+    const size_t last = text.find_last_not_of("\r\n ");
+    return first == std::string::npos ? std::string() : text.substr(first, last - first + 1);
+}
+
+std::vector<std::string> clientMacTexts() {
+    std::vector<std::string> macs;
+    for (const ClientEntry *entry : clientsInMacOrder()) {
+        macs.emplace_back(macText(entry->mac).text);
+    }
+    return macs;
+}
+
+// What is in `after` but not in `before`; both sorted.
+std::vector<std::string> added(const std::vector<std::string> &before,
+                               const std::vector<std::string> &after) {
+    std::vector<std::string> result;
+    std::ranges::set_difference(after, before, std::back_inserter(result));
+    return result;
+}
+
+}  // namespace
+
+Narrator::Narrator(switchsim::Switch &sw, uint32_t vlan) : sw_(sw), vlan_(vlan) {}
+
+void Narrator::deliver(const std::string &event, uint32_t port, const switchsim::dhcp6::Dhcp6Frame &frame) {
+    sw_.learnMac(frame.sourceMac, vlan_, port);
+    sw_.queueFrame(port, vlan_, switchsim::dhcp6::buildDhcp6Frame(frame).bytes);
+    settle();
+    std::printf("  %-22s in on port %-2u -> ", event.c_str(), port);
+    if (sw_.sentFrames().empty()) {
+        // A dropped frame is explained by what the daemon traced about it.
+        std::string why;
+        for (const std::string &trace : takeTraces()) {
+            why += (why.empty() ? "" : " / ") + trace;
+        }
+        std::printf("dropped%s%s\n", why.empty() ? "" : ": ", why.c_str());
+    } else {
+        std::printf("%s\n", whereSent(sw_.sentFrames()).c_str());
+    }
+    sw_.clearSentFrames();
+    printAftermath();
+}
+
+void Narrator::passTime(uint32_t seconds) {
+    const uint32_t from = sw_.upSeconds();
+    sw_.queueTimerTicks(seconds);
+    settle();
+    std::printf("  %u one-second timer ticks, clock %u s -> %u s\n", seconds, from, sw_.upSeconds());
+    printAftermath();
+}
+
+void Narrator::linkDown(uint32_t port) {
+    sw_.queueLinkChange(port, 0);
+    settle();
+    std::printf("  link of port %u goes down\n", port);
+    printAftermath();
+}
+
+void Narrator::report(const std::string &event) {
+    std::printf("  %s\n", event.c_str());
+    printAftermath();
+}
+
+void Narrator::settle() {
+    sw_.runUntilIdle(dhcp6snoopingServeNextMessage);
+}
+
+void Narrator::printAftermath() {
+    printTraces();
+    printFilterChanges();
+    printClientsForgotten();
+}
+
+std::vector<std::string> Narrator::takeTraces() {
+    std::vector<std::string> traces;
+    const auto &lines = sw_.syslogLines();
+    for (; syslogSeen_ < lines.size(); ++syslogSeen_) {
+        const auto &line = lines[syslogSeen_];
+        if (line.module == kDhcp6SnoopingModuleId && line.level == kTraceLevel) {
+            traces.push_back(trimmed(line.text));
+        }
+    }
+    return traces;
+}
+
+void Narrator::printTraces() {
+    for (const std::string &trace : takeTraces()) {
+        std::printf("      trace: %s\n", trace.c_str());
+    }
+}
+
+void Narrator::printFilterChanges() {
+    const std::vector<std::string> now = sw_.installedFilters();
+    for (const std::string &filter : added(filters_, now)) {
+        std::printf("      filter installed: %s\n", filter.c_str());
+    }
+    for (const std::string &filter : added(now, filters_)) {
+        std::printf("      filter removed:   %s\n", filter.c_str());
+    }
+    filters_ = now;
+}
+
+void Narrator::printClientsForgotten() {
+    const std::vector<std::string> now = clientMacTexts();
+    for (const std::string &mac : added(now, clients_)) {
+        std::printf("      client forgotten: %s\n", mac.c_str());
+    }
+    clients_ = now;
+}
