@@ -100,6 +100,26 @@ TEST_F(AgingTest, RemovalByAddressTakesOnlyTheFirstHolderAndUnknownKindsAreRefus
     EXPECT_NE(clientFind(kOtherClient.data()), nullptr);
 }
 
+TEST_F(AgingTest, RemovalByPortVlanOrMacTakesEveryMatchingClient) {
+    clientSends(SOLICIT, kClient, 3);
+    clientSends(SOLICIT, kOtherClient, 3);
+    clientFind(kOtherClient.data())->vlanId = 20;
+    DeleteSelector selector{};
+    selector.kind = DELETE_BY_VLAN;
+    selector.vlanId = 20;
+    dhcp6snoopingDeleteByData(selector);
+    EXPECT_EQ(clientFind(kOtherClient.data()), nullptr);
+
+    selector.kind = DELETE_BY_MAC;
+    std::memcpy(selector.mac, kOtherClient.data(), kOtherClient.size());
+    dhcp6snoopingDeleteByData(selector);
+    ASSERT_NE(clientFind(kClient.data()), nullptr);
+    std::memcpy(selector.mac, kClient.data(), kClient.size());
+    dhcp6snoopingDeleteByData(selector);
+    EXPECT_EQ(clientFirst(), nullptr);
+    EXPECT_EQ(portClientCount[2], 0);
+}
+
 TEST_F(AgingTest, BulkRemovalWarnsAfter10SecondsAndStopsAt30LeavingTheRest) {
     for (uint32_t n = 1; n <= 40; ++n) {
         clientSends(SOLICIT, switchsim::mac(("02:00:00:00:01:" + std::to_string(10 + n)).c_str()), 3);
