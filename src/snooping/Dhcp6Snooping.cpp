@@ -4,7 +4,6 @@
 
 #include "core/DebugTrace.h"
 #include "core/GlobalState.h"
-#include "core/MacText.h"
 #include "relay_option/Forwarding.h"
 #include "snooping/Dhcp6Options.h"
 #include "snooping/MessageHandlers.h"
@@ -50,17 +49,17 @@ int32_t dhcp6snoopingRegPktProcess(uint8_t *frame, uint32_t length, PktRecvTag t
     if (dhcp6snoopingOnOff != 1) {
         return 0;
     }
-    // The packet service delivers only ports 1..224 and VLANs below 4096; anything else is left alone
-    // rather than used as a table index.
-    if (packet.portIndex < 1 || packet.portIndex > kPortTableSize || packet.vlanId >= kVlanTableSize) {
-        return 0;
-    }
     dhcp6snoopingPktSnoop(&packet, info.payloadOffset, packet.vlanId, packet.portIndex - 1);
     return 0;
 }
 
 int32_t dhcp6snoopingPktSnoop(SnoopPacket *packet, uint32_t payloadOffset, uint32_t vlanId,
                               uint32_t ingress) {
+    // The packet service delivers only ports 1..224 and VLANs below 4096; anything else is left alone
+    // rather than used as a table index.
+    if (ingress >= kPortTableSize || vlanId >= kVlanTableSize) {
+        return 0;
+    }
     Dhcp6Message message{};
     PktRecvInfo located = packet->info;
     located.payloadOffset = static_cast<uint16_t>(payloadOffset);

@@ -61,4 +61,13 @@ TEST_F(ReceiveCallbackTest, OtherKindsAndPortsOrVlansOutsideTheTablesAreLeftAlon
     EXPECT_EQ(clientFind(kClient.data())->portIndex, 3U);
 }
 
+TEST_F(ReceiveCallbackTest, FrameOnAFourByteBoundaryIsABrokenContract) {
+    sw.echoConsole(true);
+    const auto words = std::make_unique<uint32_t[]>(32);
+    auto *frame = reinterpret_cast<uint8_t *>(words.get());
+    EXPECT_DEATH(dhcp6snoopingRegPktProcess(frame, 64, PktRecvTag{}, PktRecvInfo{}),
+                 "Assertion failed!IP_ALLIGN == \\(\\(ulong_t\\)pkt\\) % 4, Dhcp6Snooping.c, "
+                 "dhcp6snoopingRegPktProcess, line=4704");
+}
+
 }  // namespace
