@@ -119,10 +119,6 @@ void Switch::queueRunningConfigRequest(uint32_t capacity) {
     state_->events.emplace_back(RunningConfigEvent{capacity});
 }
 
-void Switch::advanceClock(uint32_t seconds) {
-    state_->upSeconds += seconds;
-}
-
 void Switch::advanceClockOnEachRead(uint32_t seconds) {
     state_->secondsPerClockRead = seconds;
 }

@@ -42,7 +42,7 @@ TEST_F(AgingTest, BindingGoesWithItsFilterOneSecondBeforeItsLifetimeEnds) {
     tick(3);
     EXPECT_EQ(addressFilters().size(), 2U);
     tick(1);
-    EXPECT_THAT(bindingsOf(kClient), ElementsAre("2001:db8::2/128 5"));
+    EXPECT_THAT(bindingsOf(kClient), ElementsAre("2001:db8::2/128 9/5"));
     EXPECT_THAT(addressFilters(),
                 ElementsAre("forward ip6 2001:db8::2 mac 02:00:00:00:00:01 port 3 vlan 10"));
     EXPECT_THAT(traces(), Contains("\r\n dhcpv6 snooping timer delete user:mac 02:00:00:00:00:01, ipv6 "

@@ -185,13 +185,4 @@ TEST_F(ClientTableTest, WalkThatDeletesEveryEntryVisitsEachOnceInMacOrder) {
     EXPECT_EQ(clientNodePool.freeList.count, kMaxClients);
 }
 
-TEST_F(ClientTableTest, DeleteAllEmptiesTheTableAndFreesEveryAddress) {
-    for (uint32_t n = 0; n < 20; ++n) {
-        acknowledged(numberedMac(n), {binding("2001:db8::a", 128), binding("2001:db8:1::", 48)});
-    }
-    EXPECT_EQ(clientDeleteAll(), 0);
-    EXPECT_EQ(clientFirst(), nullptr);
-    EXPECT_EQ(clientNodePool.freeList.count, kMaxClients);
-}
-
 }  // namespace

@@ -2,12 +2,11 @@
 
 #include <gmock/gmock.h>
 
-#include <array>
-#include <cstring>
 #include <string>
 #include <vector>
 
 #include "snooping/LeaseExtraction.h"
+#include "support/BindingText.h"
 #include "support/DaemonTest.h"
 #include "switchsim/Dhcp6FrameBuilder.h"
 
@@ -18,18 +17,6 @@ using switchsim::Bytes;
 using switchsim::ipv6;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
-
-struct Binding {
-    std::string address;
-    uint32_t prefixLength;
-    uint32_t preferred;
-    uint32_t valid;
-
-    bool operator==(const Binding &) const = default;
-    friend void PrintTo(const Binding &b, std::ostream *out) {
-        *out << b.address << "/" << b.prefixLength << " " << b.preferred << "/" << b.valid;
-    }
-};
 
 class LeaseExtractionTest : public DaemonTest {
   protected:
@@ -44,26 +31,7 @@ class LeaseExtractionTest : public DaemonTest {
         return leaseExtractSettings(&settings, area.data(), area.size(), finalFlag);
     }
 
-    [[nodiscard]] std::vector<Binding> bindings() const {
-        std::vector<Binding> found;
-        for (uint32_t i = 0; i < settings.addresses.count; ++i) {
-            const ClientAddress &record = *addressAt(settings.addresses, i);
-            std::array<uint8_t, 16> bytes{};
-            std::memcpy(bytes.data(), record.address, bytes.size());
-            found.push_back(
-                {text(bytes), record.prefixLength, record.preferredLifetime, record.validLifetime});
-        }
-        return found;
-    }
-
-    static std::string text(const std::array<uint8_t, 16> &bytes) {
-        for (const char *candidate : {"2001:db8::1", "2001:db8::2", "2001:db8:0:100::", "2001:db8:1::"}) {
-            if (ipv6(candidate) == bytes) {
-                return candidate;
-            }
-        }
-        return "?";
-    }
+    [[nodiscard]] std::vector<std::string> bindings() const { return bindingTexts(settings.addresses); }
 
     Bytes area;
     LeaseSettings settings{};
@@ -79,8 +47,7 @@ TEST_F(LeaseExtractionTest, AddressesOfOneIaNaShareTheirReadingTime) {
     EXPECT_EQ(extract(iaNa(1, 300, 480, join({iaAddress(kAddress1, 600, 900), iaAddress(kAddress2, 0, 50)}))),
               1U);
 
-    EXPECT_THAT(bindings(),
-                ElementsAre(Binding{"2001:db8::1", 128, 600, 900}, Binding{"2001:db8::2", 128, 0, 50}));
+    EXPECT_THAT(bindings(), ElementsAre("2001:db8::1/128 600/900", "2001:db8::2/128 0/50"));
     EXPECT_EQ(addressAt(settings.addresses, 0)->learnedAt, 42U);
     EXPECT_EQ(addressAt(settings.addresses, 1)->learnedAt, 42U);
     EXPECT_EQ(settings.t1, 300U);
@@ -92,8 +59,7 @@ TEST_F(LeaseExtractionTest, LaterOptionForTheSameAddressOverwritesTheEarlier) {
         iaNa(1, 0, 0,
              join({iaAddress(kAddress1, 10, 20), iaAddress(kAddress2, 1, 2), iaAddress(kAddress1, 30, 40)})));
 
-    EXPECT_THAT(bindings(),
-                ElementsAre(Binding{"2001:db8::1", 128, 30, 40}, Binding{"2001:db8::2", 128, 1, 2}));
+    EXPECT_THAT(bindings(), ElementsAre("2001:db8::1/128 30/40", "2001:db8::2/128 1/2"));
 }
 
 TEST_F(LeaseExtractionTest, ShortOptionsAndValidBelowPreferredArePassedOverSilently) {
@@ -105,7 +71,7 @@ TEST_F(LeaseExtractionTest, ShortOptionsAndValidBelowPreferredArePassedOverSilen
          iaNa(8, 0, 0, iaAddress(kAddress1, 1, 1))}));
 
     // Only the first IA_NA long enough counts; the one after it is ignored.
-    EXPECT_THAT(bindings(), ElementsAre(Binding{"2001:db8::2", 128, 100, 200}));
+    EXPECT_THAT(bindings(), ElementsAre("2001:db8::2/128 100/200"));
     EXPECT_THAT(traces(), IsEmpty());
 }
 
@@ -135,7 +101,7 @@ TEST_F(LeaseExtractionTest, FailureStatusOfTheIaOrOfAnAddressDropsWhatItCovers) 
 TEST_F(LeaseExtractionTest, FinalFlagAloneDecidesZeroLifetimeAddresses) {
     const Bytes released = iaNa(1, 0, 0, join({iaAddress(kAddress1, 0, 0), iaAddress(kAddress2, 5, 10)}));
     EXPECT_EQ(extract(released, /*finalFlag=*/1), 1U);
-    EXPECT_THAT(bindings(), ElementsAre(Binding{"2001:db8::2", 128, 5, 10}));
+    EXPECT_THAT(bindings(), ElementsAre("2001:db8::2/128 5/10"));
 
     addressListClear(&settings.addresses, addressListFreeItem);
     settings = {};
@@ -147,8 +113,7 @@ TEST_F(LeaseExtractionTest, FinalFlagAloneDecidesZeroLifetimeAddresses) {
     settings = {};
     EXPECT_EQ(extract(join({released, iaPd(2, 60, 90, iaPrefix(100, 200, 56, kPrefix))}), /*finalFlag=*/0),
               1U);
-    EXPECT_THAT(bindings(),
-                ElementsAre(Binding{"2001:db8::2", 128, 5, 10}, Binding{"2001:db8:0:100::", 56, 100, 200}));
+    EXPECT_THAT(bindings(), ElementsAre("2001:db8::2/128 5/10", "2001:db8:0:100::/56 100/200"));
     EXPECT_EQ(settings.t1, 60U);
     EXPECT_EQ(settings.t2, 90U);
 }
@@ -170,7 +135,7 @@ TEST_F(LeaseExtractionTest, PrefixesAloneAreReadWithTheirLength) {
                                  iaPrefix(0, 0, 48, ipv6("2001:db8:1::"))}))),
               1U);
 
-    EXPECT_THAT(bindings(), ElementsAre(Binding{"2001:db8:0:100::", 56, 100, 200}));
+    EXPECT_THAT(bindings(), ElementsAre("2001:db8:0:100::/56 100/200"));
 }
 
 }  // namespace

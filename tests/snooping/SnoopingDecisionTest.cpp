@@ -41,7 +41,7 @@ TEST_F(SnoopingDecisionTest, FullExchangeLeavesAnAcknowledgedClientWithFiltersOn
     const ClientEntry *entry = clientFind(kClient.data());
     ASSERT_NE(entry, nullptr);
     EXPECT_EQ(entry->acked, 1U);
-    EXPECT_THAT(bindingsOf(kClient), ElementsAre("2001:db8::1/128 900", "2001:db8::2/128 900"));
+    EXPECT_THAT(bindingsOf(kClient), ElementsAre("2001:db8::1/128 600/900", "2001:db8::2/128 600/900"));
     EXPECT_EQ(portClientCount[2], 1);
     EXPECT_EQ(vlanClientCount[kVlan], 1);
     EXPECT_THAT(addressFilters(),
@@ -93,7 +93,7 @@ TEST_F(SnoopingDecisionTest, RepliesMergeAndAReplyOnTheClientsOwnPortDeletesIt) 
     exchange(3, iaNa(1, 0, 0, iaAddress(kAddress1, 100, 200)));
     serverSends(REPLY, kClient, kServerPort,
                 iaNa(1, 0, 0, join({iaAddress(kAddress1, 300, 400), iaAddress(kAddress2, 5, 10)})));
-    EXPECT_THAT(bindingsOf(kClient), ElementsAre("2001:db8::1/128 400", "2001:db8::2/128 10"));
+    EXPECT_THAT(bindingsOf(kClient), ElementsAre("2001:db8::1/128 300/400", "2001:db8::2/128 5/10"));
     takeSent();
 
     // Port 3 became trusted: a REPLY coming in where the client sits cannot be meant for it.
@@ -116,7 +116,7 @@ TEST_F(SnoopingDecisionTest, ReleaseOfTheLastAddressDeletesTheClientAndIsForward
     exchange(3, iaNa(1, 0, 0, join({iaAddress(kAddress1, 100, 200), iaAddress(kAddress2, 100, 200)})));
     takeSent();
     clientSends(RELEASE, kClient, 3, iaNa(1, 0, 0, iaAddress(kAddress2, 0, 0)));
-    EXPECT_THAT(bindingsOf(kClient), ElementsAre("2001:db8::1/128 200"));
+    EXPECT_THAT(bindingsOf(kClient), ElementsAre("2001:db8::1/128 100/200"));
     EXPECT_THAT(addressFilters(),
                 ElementsAre("forward ip6 2001:db8::1 mac 02:00:00:00:00:01 port 3 vlan 10"));
 

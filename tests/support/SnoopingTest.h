@@ -7,9 +7,9 @@
 #include <vector>
 
 #include "core/GlobalState.h"
-#include "platform/VosApi.h"
 #include "snooping/ClientTable.h"
 #include "snooping/SnoopingOnOff.h"
+#include "support/BindingText.h"
 #include "support/DaemonTest.h"
 #include "switchsim/Dhcp6FrameBuilder.h"
 
@@ -61,18 +61,10 @@ class SnoopingTest : public DaemonTest {
         return filters;
     }
 
-    // "address/prefix-length valid-lifetime" of each binding of the client, or nothing without a client.
+    // The bindings of the client, or nothing without a client.
     static std::vector<std::string> bindingsOf(const switchsim::MacAddress &client) {
-        std::vector<std::string> texts;
         const ClientEntry *entry = clientFind(client.data());
-        for (uint32_t i = 0; entry != nullptr && i < entry->addresses.count; ++i) {
-            const ClientAddress &record = *addressAt(entry->addresses, i);
-            char text[64] = {};
-            vosInetNtop(VOS_AF_INET6, record.address, text, sizeof text);
-            texts.push_back(std::string(text) + "/" + std::to_string(record.prefixLength) + " " +
-                            std::to_string(record.validLifetime));
-        }
-        return texts;
+        return entry != nullptr ? bindingTexts(entry->addresses) : std::vector<std::string>{};
     }
 
     const switchsim::MacAddress kServer = switchsim::mac("00:00:5e:00:53:ff");

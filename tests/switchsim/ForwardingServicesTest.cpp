@@ -13,7 +13,6 @@
 
 #include "platform/SmdPacketApi.h"
 #include "platform/SwitchHelperApi.h"
-#include "platform/VosApi.h"
 #include "switchsim/Switch.h"
 
 namespace {
@@ -68,39 +67,6 @@ TEST(ForwardingServicesTest, VlanMembersAndTheAggregationFloodList) {
     EXPECT_THROW(sw.addAggregation(3, {5, 10}), std::invalid_argument);  // 5 is in group 1
 }
 
-TEST(ForwardingServicesTest, MacTableAnswersPortAggregationOrMissAndRecordsTheQuestions) {
-    switchsim::Switch sw;
-    const auto host = switchsim::MacAddress{0x00, 0x00, 0x5e, 0x00, 0x53, 0x01};
-    const auto server = switchsim::MacAddress{0x00, 0x00, 0x5e, 0x00, 0x53, 0x02};
-    sw.addAggregation(4, {11, 12});
-    sw.learnMac(host, 10, 3);
-    sw.learnMac(host, 20, 5);
-    sw.learnMac(host, 20, 6);
-    sw.learnMacOnAggregation(server, 10, 4);
-    EXPECT_THROW(sw.learnMacOnAggregation(server, 10, 5), std::invalid_argument);
-
-    // {result, flags, port, aggregationId} of a lookup asked from port 9.
-    const auto ask = [](const switchsim::MacAddress &mac, uint16_t vlan) {
-        MacTableQuery query{};
-        std::copy(mac.begin(), mac.end(), query.mac);
-        query.vlanId = vlan;
-        query.port = 9;
-        const auto result = static_cast<uint32_t>(smdVDMacGet(&query));
-        return std::vector<uint32_t>{result, query.flags, query.port, query.aggregationId};
-    };
-    EXPECT_THAT(ask(host, 10), ElementsAre(0, 0, 3, 0));
-    EXPECT_THAT(ask(host, 20), ElementsAre(0, 0, 6, 0));
-    EXPECT_THAT(ask(server, 10), ElementsAre(0, MAC_TABLE_LEARNED_ON_AGGREGATION, 9, 4));
-    EXPECT_THAT(ask(server, 20), ElementsAre(static_cast<uint32_t>(-1), 0, 9, 0));
-    EXPECT_EQ(smdVDMacGet(nullptr), -1);
-
-    ASSERT_EQ(sw.macLookups().size(), 4U);
-    const auto &miss = sw.macLookups()[3];
-    EXPECT_EQ(miss.mac + " " + std::to_string(miss.vlan) + " " + std::to_string(miss.port),
-              "00:00:5e:00:53:02 20 9");
-    EXPECT_EQ(miss.result, -1);
-}
-
 TEST(ForwardingServicesTest, SentFramesAreRecordedOrOnlyCountedAndSendsCanFail) {
     switchsim::Switch sw;
     const uint8_t frame[] = {0x33, 0x33, 0x00, 0x01, 0x00, 0x02};
@@ -137,26 +103,6 @@ TEST(ForwardingServicesTest, SentFramesAreRecordedOrOnlyCountedAndSendsCanFail) 
     sw.clearSentFrames();
     EXPECT_THAT(sw.sentFrames(), IsEmpty());
     EXPECT_EQ(sw.sentFrameCount(), 0U);
-}
-
-int timerRuns = 0;
-int32_t countTimerRun() {
-    return ++timerRuns;
-}
-
-TEST(ForwardingServicesTest, ClockMovesOnByHandOrOnEveryReadWithoutRunningTheTimer) {
-    switchsim::Switch sw;
-    uint32_t timer = 0;
-    ASSERT_EQ(vosTimerRegister(1, 1000, countTimerRun, &timer, 0), 0);
-    sw.advanceClock(5);
-    EXPECT_EQ(vosUpSeconds(), 5U);
-    sw.advanceClockOnEachRead(2);
-    EXPECT_EQ(vosUpSeconds(), 7U);
-    EXPECT_EQ(vosUpSeconds(), 9U);
-    EXPECT_EQ(sw.upSeconds(), 9U);
-    sw.advanceClockOnEachRead(0);
-    EXPECT_EQ(vosUpSeconds(), 9U);
-    EXPECT_EQ(timerRuns, 0);
 }
 
 TEST(ForwardingServicesTest, PortNamesByDefaultSetOrTruncated) {

@@ -69,8 +69,6 @@ class Switch {
     void queueLinkChange(uint32_t port, uint32_t status);
     void queueFrame(uint32_t port, uint32_t vlan, Bytes frame, uint16_t frameKind = 0);
     void queueRunningConfigRequest(uint32_t capacity);
-    // Moves the clock on now, without running the timer callback.
-    void advanceClock(uint32_t seconds);
     // From now on every vosUpSeconds call first moves the clock on by `seconds`, so that a long operation
     // sees time pass while it runs; 0 stops it.
     void advanceClockOnEachRead(uint32_t seconds);
