@@ -71,12 +71,15 @@ bool withinLimits(const MessageContext &context, const uint8_t *mac) {
 }
 
 void record(const MessageContext &context, const uint8_t *mac) {
-    const ClientEntry *known = clientFind(mac);
+    ClientEntry *entry = clientFind(mac);
     // A client that moved starts afresh: its counts, filters and bindings belonged to its old place.
-    if (known != nullptr && (known->vlanId != context.vlanId || known->portIndex != context.ingress + 1)) {
+    if (entry != nullptr && (entry->vlanId != context.vlanId || entry->portIndex != context.ingress + 1)) {
         clientDelete(mac);
+        entry = nullptr;
     }
-    ClientEntry *entry = clientFindOrCreate(mac);
+    if (entry == nullptr) {
+        entry = clientFindOrCreate(mac);
+    }
     if (entry == nullptr) {
         return;
     }
