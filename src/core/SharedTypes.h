@@ -16,6 +16,21 @@ inline constexpr uint32_t kMaxClients = 2048;
 
 inline constexpr uint32_t kMacSize = 6;
 
+// True for a PortIndex that has an entry in the per-port tables.
+inline constexpr bool isTablePort(PortIndex portIndex) {
+    return portIndex >= 1 && portIndex <= kPortTableSize;
+}
+
+// True for the all-zero MAC address, which stands for "no MAC".
+inline bool macIsZero(const uint8_t *mac) {
+    for (uint32_t i = 0; i < kMacSize; ++i) {
+        if (mac[i] != 0) {
+            return false;
+        }
+    }
+    return true;
+}
+
 // The daemon's module number at the system log service.
 inline constexpr uint32_t kDhcp6SnoopingModuleId = 54;
 

@@ -28,6 +28,24 @@ bool sameBinding(const ClientAddress &a, const ClientAddress &b) {
     return std::memcmp(&a, &b, kBindingKeySize) == 0;
 }
 
+ClientAddress *addressListFindBinding(const AddressList &list, const ClientAddress &wanted) {
+    for (uint32_t i = 0; i < list.count; ++i) {
+        if (sameBinding(*addressAt(list, i), wanted)) {
+            return addressAt(list, i);
+        }
+    }
+    return nullptr;
+}
+
+void addressListStoreBinding(AddressList &list, const ClientAddress &record) {
+    if (ClientAddress *known = addressListFindBinding(list, record)) {
+        *known = record;
+    } else {
+        ClientAddress copy = record;
+        addressListAppend(&list, &copy, sizeof copy);
+    }
+}
+
 extern "C" {
 
 void addressListAppend(AddressList *list, void *data, uint32_t size) {

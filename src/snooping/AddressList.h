@@ -53,3 +53,9 @@ inline ClientAddress *addressAt(const AddressList &list, uint32_t index) {
 
 // True when the two records name the same address or prefix.
 bool sameBinding(const ClientAddress &a, const ClientAddress &b);
+
+// The record of `list` that names the same binding as `wanted`, or null.
+ClientAddress *addressListFindBinding(const AddressList &list, const ClientAddress &wanted);
+
+// Overwrites the record of the same binding with `record`, or appends a copy when there is none.
+void addressListStoreBinding(AddressList &list, const ClientAddress &record);

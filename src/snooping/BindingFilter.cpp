@@ -18,8 +18,7 @@ Ipv6Address addressOf(const ClientAddress &record) {
 }  // namespace
 
 bool bindingHasFilter(const ClientEntry &entry, const ClientAddress &record, uint32_t guardPortIndex) {
-    return record.prefixLength == kAddressPrefixLength && guardPortIndex >= 1 &&
-           guardPortIndex <= kPortTableSize &&
+    return record.prefixLength == kAddressPrefixLength && isTablePort(guardPortIndex) &&
            portIpSourceGuardMode[guardPortIndex - 1] != SOURCE_GUARD_NONE &&
            staticBindCovers(entry.mac, record.address) == 0;
 }

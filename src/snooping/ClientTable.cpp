@@ -14,10 +14,6 @@ ClientEntry *asEntry(void *record) {
     return static_cast<ClientEntry *>(record);
 }
 
-bool validPort(uint32_t portIndex) {
-    return portIndex >= 1 && portIndex <= kPortTableSize;
-}
-
 void decrementIfPositive(uint16_t &count) {
     if (count != 0) {
         --count;
@@ -28,7 +24,7 @@ void uncount(ClientEntry &entry) {
     if (entry.counted != 1) {
         return;
     }
-    if (validPort(entry.portIndex)) {
+    if (isTablePort(entry.portIndex)) {
         decrementIfPositive(portClientCount[entry.portIndex - 1]);
     }
     if (entry.vlanId < kVlanTableSize) {

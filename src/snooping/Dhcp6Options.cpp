@@ -82,9 +82,9 @@ uint16_t dhcp6AreaStatus(const uint8_t *area, uint32_t areaLength, const char **
     return loadBe16(option + kOptionHeaderSize);
 }
 
-bool dhcp6LocateMessage(const uint8_t *frame, uint32_t frameLength, const PktRecvInfo &info,
+bool dhcp6LocateMessage(const uint8_t *frame, uint32_t frameLength, uint32_t payloadOffset,
                         Dhcp6Message *message) {
-    const uint32_t offset = info.payloadOffset;
+    const uint32_t offset = payloadOffset;
     if (frame == nullptr || offset > frameLength || kMessageHeaderSize > frameLength - offset) {
         return false;
     }

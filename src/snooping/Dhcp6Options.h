@@ -4,8 +4,6 @@
 
 #include <cstdint>
 
-#include "platform/SmdPacketApi.h"
-
 // Option codes the daemon reads or writes.
 inline constexpr uint16_t kOptionClientId = 1;
 inline constexpr uint16_t kOptionIaNa = 3;
@@ -51,7 +49,7 @@ const uint8_t *dhcp6FindOption(uint16_t code, uint32_t *length, const uint8_t *a
 // short to hold a code. The status message is never read: `message`, when given, is set to null.
 uint16_t dhcp6AreaStatus(const uint8_t *area, uint32_t areaLength, const char **message);
 
-// Locates the message that starts at the frame's payload offset; the frame ends where the datagram ends.
-// False when the frame is too short to hold the message header there.
-bool dhcp6LocateMessage(const uint8_t *frame, uint32_t frameLength, const PktRecvInfo &info,
+// Locates the message that starts at `payloadOffset` (the UDP payload); the frame ends where the datagram
+// ends. False when the frame is too short to hold the message header there.
+bool dhcp6LocateMessage(const uint8_t *frame, uint32_t frameLength, uint32_t payloadOffset,
                         Dhcp6Message *message);

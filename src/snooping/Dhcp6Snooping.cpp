@@ -61,11 +61,9 @@ int32_t dhcp6snoopingPktSnoop(SnoopPacket *packet, uint32_t payloadOffset, uint3
         return 0;
     }
     Dhcp6Message message{};
-    PktRecvInfo located = packet->info;
-    located.payloadOffset = static_cast<uint16_t>(payloadOffset);
     // A frame too short for its Ethernet addresses or for the message header is dropped unread.
     if (packet->length < kEthernetAddressesSize ||
-        !dhcp6LocateMessage(packet->frame, packet->length, located, &message)) {
+        !dhcp6LocateMessage(packet->frame, packet->length, payloadOffset, &message)) {
         return 0;
     }
     const MessageContext context{packet, &message, payloadOffset, vlanId, ingress};

@@ -53,16 +53,6 @@ void forEachOption(uint16_t code, const uint8_t *area, uint32_t areaLength, Use 
     }
 }
 
-void store(AddressList &list, ClientAddress &record) {
-    for (uint32_t i = 0; i < list.count; ++i) {
-        if (sameBinding(*addressAt(list, i), record)) {
-            *addressAt(list, i) = record;
-            return;
-        }
-    }
-    addressListAppend(&list, &record, sizeof record);
-}
-
 void collect(LeaseSettings &settings, const uint8_t *area, uint32_t areaLength, const BindingLayout &layout) {
     const uint32_t now = vosUpSeconds();
     forEachOption(layout.code, area, areaLength, [&](Visit option) {
@@ -82,7 +72,7 @@ void collect(LeaseSettings &settings, const uint8_t *area, uint32_t areaLength, 
         record.learnedAt = now;
         record.status =
             dhcp6AreaStatus(option.data + layout.fixedSize, option.length - layout.fixedSize, nullptr);
-        store(settings.addresses, record);
+        addressListStoreBinding(settings.addresses, record);
         return true;
     });
 }

@@ -1,6 +1,5 @@
 #include "snooping/MessageHandlers.h"
 
-#include <algorithm>
 #include <cstring>
 
 #include "core/DebugTrace.h"
@@ -34,13 +33,9 @@ bool trusted(uint32_t portIndex0) {
     return portTrustMode[portIndex0] == 1;
 }
 
-bool isZero(const uint8_t *mac) {
-    return std::all_of(mac, mac + kMacSize, [](uint8_t octet) { return octet == 0; });
-}
-
 // The MAC is all zero: nothing can be recorded under it.
 bool refuseZeroMac(const MessageContext &context, const uint8_t *mac) {
-    if (!isZero(mac)) {
+    if (!macIsZero(mac)) {
         return false;
     }
     dhcp6snooping_debug_printf(kZeroMac, nameOf(context));
@@ -102,15 +97,6 @@ void record(const MessageContext &context, const uint8_t *mac) {
     }
 }
 
-ClientAddress *findBinding(const AddressList &list, const ClientAddress &wanted) {
-    for (uint32_t i = 0; i < list.count; ++i) {
-        if (sameBinding(*addressAt(list, i), wanted)) {
-            return addressAt(list, i);
-        }
-    }
-    return nullptr;
-}
-
 // The bindings of the message, extracted into a list that lives only while the message is handled.
 class ExtractedBindings {
   public:
@@ -131,12 +117,7 @@ class ExtractedBindings {
 
 void merge(ClientEntry &entry, const AddressList &extracted) {
     for (uint32_t i = 0; i < extracted.count; ++i) {
-        ClientAddress &granted = *addressAt(extracted, i);
-        if (ClientAddress *known = findBinding(entry.addresses, granted)) {
-            *known = granted;
-        } else {
-            addressListAppend(&entry.addresses, &granted, sizeof granted);
-        }
+        addressListStoreBinding(entry.addresses, *addressAt(extracted, i));
     }
 }
 
@@ -166,7 +147,8 @@ void handleRelease(const MessageContext &context) {
         {
             const ExtractedBindings released(context, /*finalFlag=*/0);
             for (uint32_t i = 0; i < released.list().count; ++i) {
-                ClientAddress *known = findBinding(entry->addresses, *addressAt(released.list(), i));
+                ClientAddress *known =
+                    addressListFindBinding(entry->addresses, *addressAt(released.list(), i));
                 if (known == nullptr) {
                     continue;
                 }
@@ -230,7 +212,7 @@ void handleReply(const MessageContext &context) {
             }
         }
     }
-    if (entry->portIndex >= 1 && entry->portIndex <= kPortTableSize && trusted(entry->portIndex - 1)) {
+    if (isTablePort(entry->portIndex) && trusted(entry->portIndex - 1)) {
         if (dhcp6snoopingTraceOn()) {
             dhcp6snooping_debug_printf(kTrustedClient, macText(mac).text);
         }

@@ -1,21 +1,17 @@
 #include "source_guard/StaticBindList.h"
 
-#include <algorithm>
 #include <cstring>
-#include <iterator>
+
+#include "core/SharedTypes.h"
 
 namespace {
-
-bool hasMac(const StaticBindEntry &binding) {
-    return std::any_of(std::begin(binding.mac), std::end(binding.mac),
-                       [](uint8_t octet) { return octet != 0; });
-}
 
 bool covers(const StaticBindEntry &binding, const uint8_t *mac, const uint8_t *address) {
     if (address != nullptr && std::memcmp(binding.ip, address, sizeof binding.ip) == 0) {
         return true;
     }
-    return mac != nullptr && hasMac(binding) && std::memcmp(binding.mac, mac, sizeof binding.mac) == 0;
+    return mac != nullptr && !macIsZero(binding.mac) &&
+           std::memcmp(binding.mac, mac, sizeof binding.mac) == 0;
 }
 
 }  // namespace

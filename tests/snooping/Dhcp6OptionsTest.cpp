@@ -123,17 +123,11 @@ TEST(AreaStatus, ShortStatusCodeMeansSuccessAndTheMessageIsNeverRead) {
     EXPECT_EQ(dhcp6AreaStatus(nullptr, 0, nullptr), 0);
 }
 
-PktRecvInfo infoWithPayloadAt(uint16_t offset) {
-    PktRecvInfo info{};
-    info.payloadOffset = offset;
-    return info;
-}
-
 TEST(LocateMessage, OptionsStartFourBytesIntoEveryMessageRelaysIncluded) {
     // A RELAY_FORWARD: hop-count and the link address are not recognised as such; the walk starts at byte 4.
     const Bytes frame = {0xEE, 0xEE, 12, 0x01, 0x00, 0x00, 0x00, 0x12, 0x00, 0x00};
     Dhcp6Message message{};
-    ASSERT_TRUE(dhcp6LocateMessage(frame.data(), frame.size(), infoWithPayloadAt(2), &message));
+    ASSERT_TRUE(dhcp6LocateMessage(frame.data(), frame.size(), 2, &message));
     EXPECT_EQ(message.type, 12);
     EXPECT_EQ(message.options, frame.data() + 6);
     EXPECT_EQ(message.optionsLength, 4U);
@@ -145,10 +139,10 @@ TEST(LocateMessage, OptionsStartFourBytesIntoEveryMessageRelaysIncluded) {
 TEST(LocateMessage, FrameTooShortForTheMessageHeaderHasNoMessage) {
     const Bytes frame(10, 0);
     Dhcp6Message message{};
-    EXPECT_TRUE(dhcp6LocateMessage(frame.data(), frame.size(), infoWithPayloadAt(6), &message));
+    EXPECT_TRUE(dhcp6LocateMessage(frame.data(), frame.size(), 6, &message));
     EXPECT_EQ(message.optionsLength, 0U);
-    EXPECT_FALSE(dhcp6LocateMessage(frame.data(), frame.size(), infoWithPayloadAt(7), &message));
-    EXPECT_FALSE(dhcp6LocateMessage(frame.data(), frame.size(), infoWithPayloadAt(0xFFFF), &message));
+    EXPECT_FALSE(dhcp6LocateMessage(frame.data(), frame.size(), 7, &message));
+    EXPECT_FALSE(dhcp6LocateMessage(frame.data(), frame.size(), 0xFFFF, &message));
 }
 
 }  // namespace
