@@ -23,9 +23,14 @@ std::string portRanges(const std::vector<uint32_t> &ports) {
         while (last + 1 < ports.size() && ports[last + 1] == ports[last] + 1) {
             ++last;
         }
-        text += (text.empty() ? "" : ",") + std::to_string(ports[first]);
+        // Appended piece by piece: GCC 12 at -O3 misreads prepending to a temporary string as an overlap.
+        if (!text.empty()) {
+            text += ',';
+        }
+        text += std::to_string(ports[first]);
         if (last > first) {
-            text += "-" + std::to_string(ports[last]);
+            text += '-';
+            text += std::to_string(ports[last]);
         }
         first = last + 1;
     }
@@ -47,7 +52,10 @@ std::string destinationOf(const switchsim::SentFrame &frame) {
 std::string whereSent(const std::vector<switchsim::SentFrame> &frames) {
     std::string text;
     for (const auto &frame : frames) {
-        text += (text.empty() ? "" : "; ") + destinationOf(frame);
+        if (!text.empty()) {
+            text += "; ";
+        }
+        text += destinationOf(frame);
     }
     return text;
 }

@@ -23,6 +23,7 @@ constexpr uint16_t kDuidTypeLinkLayer = 3;
 constexpr uint16_t kHardwareTypeEthernet = 1;
 constexpr uint32_t kLargestTransactionId = 0xFFFFFF;
 constexpr size_t kLargestOptionData = 0xFFFF;
+constexpr size_t kMessageHeaderSize = 4;
 
 void put16(Bytes &bytes, uint16_t value) {
     bytes.push_back(static_cast<uint8_t>(value >> 8));
@@ -150,7 +151,9 @@ Bytes message(uint8_t type, uint32_t transactionId, const Bytes &options) {
     if (transactionId > kLargestTransactionId) {
         throw std::invalid_argument("switchsim: a DHCPv6 transaction id has 24 bits");
     }
-    Bytes bytes{type};
+    Bytes bytes;
+    bytes.reserve(kMessageHeaderSize + options.size());
+    bytes.push_back(type);
     bytes.push_back(static_cast<uint8_t>(transactionId >> 16));
     put16(bytes, static_cast<uint16_t>(transactionId));
     append(bytes, options);
@@ -159,7 +162,12 @@ Bytes message(uint8_t type, uint32_t transactionId, const Bytes &options) {
 
 Bytes relayMessage(uint8_t type, uint8_t hopCount, const Ipv6Bytes &linkAddress, const Ipv6Bytes &peerAddress,
                    const Bytes &options) {
-    Bytes bytes{type, hopCount};
+    // Room for the whole message first: growing a two-byte vector by inserts is what GCC's array-bounds
+    // analysis at -O3 misreads as a write past its end.
+    Bytes bytes;
+    bytes.reserve(2 + linkAddress.size() + peerAddress.size() + options.size());
+    bytes.push_back(type);
+    bytes.push_back(hopCount);
     append(bytes, linkAddress);
     append(bytes, peerAddress);
     append(bytes, options);
