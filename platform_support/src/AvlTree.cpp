@@ -4,6 +4,10 @@
 //
 // Inserting and deleting walk down from the root and remember the links they followed, then rebalance on
 // the way back up along those links; no node needs a parent pointer.
+//
+// A walk in key order asks for the successor of the record it was just handed. The tree remembers where
+// that record stands (the nodes from the root down to it) until the next insert or delete, so such a step
+// costs a move to the neighbour, not a search from the root. Any other question gets the plain search.
 
 #include <algorithm>
 #include <cstdint>
@@ -85,6 +89,71 @@ struct Path {
     }
 };
 
+// Where the record last handed out by a walk stands: the nodes from the root down to it, that record last.
+// It holds while the tree is unchanged since, which the generation tells: every insert and delete of any
+// tree moves it on. The platform's calls come from one thread, so one record of it is enough.
+struct WalkPosition {
+    const AvlNode *root = nullptr;
+    uint64_t generation = 0;
+    AvlNode *nodes[kMaxDepth];
+    int depth = 0;  // 0: nothing remembered
+};
+
+uint64_t treeGeneration = 1;
+WalkPosition walk;
+
+void treeChanged() {
+    ++treeGeneration;
+    walk.depth = 0;
+}
+
+// Remembers `depth` nodes from the root of `root` down to the record handed out; returns that record.
+AvlNode *remember(const AvlNode *root, int depth) {
+    walk.root = root;
+    walk.generation = treeGeneration;
+    walk.depth = depth;
+    return depth > 0 ? walk.nodes[depth - 1] : nullptr;
+}
+
+// Goes down to the smallest record under `node`, adding the nodes passed to the remembered position.
+bool descendLeftmost(AvlNode *node) {
+    for (; node != nullptr; node = node->left) {
+        if (walk.depth == kMaxDepth) {
+            return false;
+        }
+        walk.nodes[walk.depth++] = node;
+    }
+    return true;
+}
+
+// The successor of the remembered record, when that record is the one of `key` in the unchanged `root`;
+// `found` tells whether the remembered position could answer.
+AvlNode *rememberedSuccessor(const AvlNode *root, const void *key, AvlCompare compare, bool &found) {
+    found = false;
+    if (walk.depth == 0 || walk.root != root || walk.generation != treeGeneration ||
+        compare(walk.nodes[walk.depth - 1], key) != 0) {
+        return nullptr;
+    }
+    found = true;
+    AvlNode *current = walk.nodes[walk.depth - 1];
+    if (current->right != nullptr) {
+        if (!descendLeftmost(current->right)) {
+            walk.depth = 0;
+            found = false;
+            return nullptr;
+        }
+        return walk.nodes[walk.depth - 1];
+    }
+    // Up until the step that came from a left child: that parent is the next larger record.
+    while (--walk.depth > 0) {
+        AvlNode *parent = walk.nodes[walk.depth - 1];
+        if (parent->left == walk.nodes[walk.depth]) {
+            return parent;
+        }
+    }
+    return nullptr;
+}
+
 }  // namespace
 
 // Links `node` in at the place of `key` and rebalances; returns 0, or -1 with the tree unchanged when an
@@ -107,6 +176,7 @@ int32_t avlInsert(AvlNode **root, AvlNode *node, const void *key, AvlCompare com
     node->height = 1;
     *link = node;
     path.rebalanceUpwards();
+    treeChanged();
     return 0;
 }
 
@@ -175,19 +245,25 @@ void *avlDelete(AvlNode **root, const void *key, AvlCompare compare) {
         }
     }
     path.rebalanceUpwards();
+    treeChanged();
     found->left = nullptr;
     found->right = nullptr;
     found->height = 0;
     return found;
 }
 
-// The record with the smallest key, or null when the tree is empty.
+// The record with the smallest key, or null when the tree is empty. Remembered as the start of a walk.
 void *avlMinimumGet(AvlNode *root) {
-    AvlNode *node = root;
-    while (node != nullptr && node->left != nullptr) {
-        node = node->left;
+    walk.depth = 0;
+    if (!descendLeftmost(root)) {
+        walk.depth = 0;
+        AvlNode *node = root;
+        while (node->left != nullptr) {
+            node = node->left;
+        }
+        return node;
     }
-    return node;
+    return remember(root, walk.depth);
 }
 
 // The record with the smallest key strictly greater than `key`, or null. The key need not be in the tree,
@@ -196,15 +272,23 @@ void *avlSuccessorGet(AvlNode *root, const void *key, AvlCompare compare) {
     if (key == nullptr || compare == nullptr) {
         return nullptr;
     }
-    AvlNode *candidate = nullptr;
-    AvlNode *node = root;
-    while (node != nullptr) {
+    bool found = false;
+    AvlNode *next = rememberedSuccessor(root, key, compare, found);
+    if (found) {
+        return remember(root, next != nullptr ? walk.depth : 0);
+    }
+    // The search from the root: the last node where the key sorts before it is the answer, and the nodes
+    // passed on the way to it are its position.
+    walk.depth = 0;
+    int candidateDepth = 0;
+    for (AvlNode *node = root; node != nullptr && walk.depth < kMaxDepth;) {
+        walk.nodes[walk.depth++] = node;
         if (compare(node, key) < 0) {
-            candidate = node;
+            candidateDepth = walk.depth;
             node = node->left;
         } else {
             node = node->right;
         }
     }
-    return candidate;
+    return remember(root, candidateDepth);
 }
