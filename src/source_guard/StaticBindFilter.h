@@ -1,0 +1,13 @@
+#pragma once
+// The forward filter of one static binding, whose kind its own fields select: port and VLAN, port only,
+// or every port with or without a MAC.
+
+#include "source_guard/StaticBindList.h"
+
+// The filter kind of a binding.
+uint32_t staticBindFilterKind(const StaticBindEntry &binding);
+
+// Ask the filter service for the binding's filter, or to take it away; failures are traced by the filter
+// layer and otherwise ignored.
+void staticBindFilterInstall(const StaticBindEntry &binding);
+void staticBindFilterRemove(const StaticBindEntry &binding);
