@@ -4,7 +4,6 @@
 #include "core/GlobalState.h"
 #include "core/MacText.h"
 #include "platform/VosApi.h"
-#include "snooping/BindingFilter.h"
 #include "snooping/BulkRemoval.h"
 #include "snooping/ClientTable.h"
 
@@ -38,15 +37,13 @@ void ageBindings(ClientEntry &entry, uint32_t elapsed) {
     for (uint32_t i = 0; i < list.count;) {
         ClientAddress &record = *addressAt(list, i);
         record.validLifetime = countDown(record.validLifetime, elapsed);
-        if (!runOut(record.validLifetime)) {
+        if (runOut(record.validLifetime)) {
+            // The record that follows moves into this place and is looked at next.
+            clientForgetBinding(entry, record, entry.portIndex,
+                                [&entry](const ClientAddress &expired) { traceExpired(entry, expired); });
+        } else {
             ++i;
-            continue;
         }
-        if (bindingHasFilter(entry, record, entry.portIndex)) {
-            bindingFilterRemove(entry, record);
-        }
-        traceExpired(entry, record);
-        addressListRemove(&list, &record, addressListFreeItem);
     }
 }
 

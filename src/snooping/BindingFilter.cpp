@@ -19,7 +19,7 @@ Ipv6Address addressOf(const ClientAddress &record) {
 
 bool bindingHasFilter(const ClientEntry &entry, const ClientAddress &record, uint32_t guardPortIndex) {
     return record.prefixLength == kAddressPrefixLength && isTablePort(guardPortIndex) &&
-           portIpSourceGuardMode[guardPortIndex - 1] != SOURCE_GUARD_NONE &&
+           portIpSourceGuardMode[portSlot(guardPortIndex)] != SOURCE_GUARD_NONE &&
            staticBindCovers(entry.mac, record.address) == 0;
 }
 

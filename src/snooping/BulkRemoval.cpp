@@ -4,7 +4,6 @@
 
 #include "core/DebugTrace.h"
 #include "platform/VosApi.h"
-#include "snooping/BindingFilter.h"
 #include "snooping/ClientTable.h"
 
 namespace {
@@ -52,16 +51,6 @@ ClientAddress *findAddress(const ClientEntry &entry, const uint8_t *address) {
     return nullptr;
 }
 
-void removeBinding(ClientEntry &entry, ClientAddress &record) {
-    if (bindingHasFilter(entry, record, entry.portIndex)) {
-        bindingFilterRemove(entry, record);
-    }
-    addressListRemove(&entry.addresses, &record, addressListFreeItem);
-    if (entry.addresses.count == 0) {
-        clientDelete(entry.mac);
-    }
-}
-
 }  // namespace
 
 extern "C" {
@@ -75,7 +64,8 @@ int32_t dhcp6snoopingDeleteByData(DeleteSelector selector) {
         }
         if (selector.kind == DELETE_BY_ADDRESS) {
             if (ClientAddress *record = findAddress(*entry, selector.address)) {
-                removeBinding(*entry, *record);
+                clientForgetBinding(*entry, *record, entry->portIndex, [](const ClientAddress &) {});
+                clientDeleteIfBare(*entry);
                 return 0;
             }
         } else if (selects(*entry, selector)) {

@@ -25,7 +25,7 @@ void uncount(ClientEntry &entry) {
         return;
     }
     if (isTablePort(entry.portIndex)) {
-        decrementIfPositive(portClientCount[entry.portIndex - 1]);
+        decrementIfPositive(portClientCount[portSlot(entry.portIndex)]);
     }
     if (entry.vlanId < kVlanTableSize) {
         decrementIfPositive(vlanClientCount[entry.vlanId]);
@@ -39,10 +39,7 @@ void removeFilters(const ClientEntry &entry) {
         return;
     }
     for (uint32_t i = 0; i < entry.addresses.count; ++i) {
-        const ClientAddress &record = *addressAt(entry.addresses, i);
-        if (bindingHasFilter(entry, record, entry.portIndex)) {
-            bindingFilterRemove(entry, record);
-        }
+        clientForgetBindingFilter(entry, *addressAt(entry.addresses, i), entry.portIndex);
     }
 }
 
@@ -126,6 +123,15 @@ int32_t clientDeleteAll(void) {
     return 0;
 }
 
+void clientCount(ClientEntry *entry) {
+    if (entry->counted != 0 || !isTablePort(entry->portIndex) || entry->vlanId >= kVlanTableSize) {
+        return;
+    }
+    entry->counted = 1;
+    ++portClientCount[portSlot(entry->portIndex)];
+    ++vlanClientCount[entry->vlanId];
+}
+
 ClientEntry *clientFirst(void) {
     return asEntry(avlMinimumGet(clientTable));
 }
@@ -136,4 +142,19 @@ ClientEntry *clientAfter(const uint8_t *mac) {
     }
     return asEntry(avlSuccessorGet(clientTable, mac, clientMacCompare));
 }
+}
+
+void clientForgetBindingFilter(const ClientEntry &entry, const ClientAddress &record,
+                               PortIndex guardPortIndex) {
+    if (bindingHasFilter(entry, record, guardPortIndex)) {
+        bindingFilterRemove(entry, record);
+    }
+}
+
+bool clientDeleteIfBare(ClientEntry &entry) {
+    if (entry.acked != 1 || entry.addresses.count != 0) {
+        return false;
+    }
+    clientDelete(entry.mac);
+    return true;
 }

@@ -24,7 +24,7 @@ struct ClientEntry {
     uint8_t mac[6];            // the key
     uint32_t pendingLifetime;  // seconds left to an unacknowledged client
     uint32_t lastUpdate;       // vosUpSeconds of the last aging step, recording or acknowledgement
-    uint32_t acked;            // 1 once a REPLY with usable bindings was merged; only then has it filters
+    uint32_t acked;            // 1 once a REPLY with usable bindings was merged; only then has it bindings
     uint32_t counted;          // 1 while included in portClientCount and vlanClientCount
     AddressList addresses;
 };
@@ -56,8 +56,30 @@ int32_t clientDelete(const uint8_t *mac);
 // Removes every client. Returns 0.
 int32_t clientDeleteAll(void);
 
+// Counts the client on its recorded port and VLAN, once: nothing happens while it is counted already.
+void clientCount(ClientEntry *entry);
+
 // Walks in MAC order: the first client, and the client after `mac` (which need not be in the table). Fetch
 // the next one before acting on the current one, and the current one may be deleted.
 ClientEntry *clientFirst(void);
 ClientEntry *clientAfter(const uint8_t *mac);
 }
+
+// Removes the filter of one of the client's bindings when it has one (see clientForgetBinding).
+void clientForgetBindingFilter(const ClientEntry &entry, const ClientAddress &record,
+                               PortIndex guardPortIndex);
+
+// Forgets one binding of `entry`, in the order every path that removes a single binding keeps: its filter
+// first, when it has one (the guard mode of port `guardPortIndex` deciding: the client's recorded port, or
+// the receiving port of a RELEASE or DECLINE), then `announce(record)` for the caller's trace line, then the
+// record itself, which is freed.
+template <typename Announce>
+void clientForgetBinding(ClientEntry &entry, ClientAddress &record, PortIndex guardPortIndex,
+                         Announce announce) {
+    clientForgetBindingFilter(entry, record, guardPortIndex);
+    announce(record);
+    addressListRemove(&entry.addresses, &record, addressListFreeItem);
+}
+
+// Removes an acknowledged client whose last binding has gone; true when it went.
+bool clientDeleteIfBare(ClientEntry &entry);

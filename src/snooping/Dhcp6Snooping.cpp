@@ -66,7 +66,7 @@ int32_t dhcp6snoopingPktSnoop(SnoopPacket *packet, uint32_t payloadOffset, uint3
         !dhcp6LocateMessage(packet->frame, packet->length, payloadOffset, &message)) {
         return 0;
     }
-    const MessageContext context{packet, &message, payloadOffset, vlanId, ingress};
+    const MessageContext context{packet, &message, payloadOffset, vlanId, ingress + 1};
     switch (message.type) {
         case SOLICIT:
         case REQUEST:

@@ -29,8 +29,8 @@ const char *nameOf(const MessageContext &context) {
     return dhcp6MessageName(context.message->type);
 }
 
-bool trusted(uint32_t portIndex0) {
-    return portTrustMode[portIndex0] == 1;
+bool trusted(PortIndex port) {
+    return portTrustMode[portSlot(port)] == 1;
 }
 
 // The MAC is all zero: nothing can be recorded under it.
@@ -43,32 +43,31 @@ bool refuseZeroMac(const MessageContext &context, const uint8_t *mac) {
 }
 
 void sendToServers(const MessageContext &context) {
-    dhcp6snoopingSendToServers(context.packet, static_cast<uint16_t>(context.vlanId), context.ingress,
+    dhcp6snoopingSendToServers(context.packet, static_cast<uint16_t>(context.vlanId), portSlot(context.port),
                                context.payloadOffset);
 }
 
 void sendToClient(const MessageContext &context) {
-    dhcp6snoopingSendToClient(context.packet, static_cast<uint16_t>(context.vlanId), context.ingress);
+    dhcp6snoopingSendToClient(context.packet, static_cast<uint16_t>(context.vlanId), portSlot(context.port));
 }
 
 // When the port or the VLAN is full, only a client already recorded there may go on.
 bool withinLimits(const MessageContext &context, const uint8_t *mac) {
-    const uint32_t port0 = context.ingress;
-    const uint32_t vlan = context.vlanId;
-    const bool portFull = portClientCount[port0] >= portMaxNum[port0];
-    const bool vlanFull = vlanClientCount[vlan] >= vlanMaxNum[vlan];
+    const uint32_t slot = portSlot(context.port);
+    const bool portFull = portClientCount[slot] >= portMaxNum[slot];
+    const bool vlanFull = vlanClientCount[context.vlanId] >= vlanMaxNum[context.vlanId];
     if (!portFull && !vlanFull) {
         return true;
     }
     const ClientEntry *entry = clientFind(mac);
-    return entry != nullptr && (!portFull || entry->portIndex == port0 + 1) &&
-           (!vlanFull || entry->vlanId == vlan);
+    return entry != nullptr && (!portFull || entry->portIndex == context.port) &&
+           (!vlanFull || entry->vlanId == context.vlanId);
 }
 
 void record(const MessageContext &context, const uint8_t *mac) {
     ClientEntry *entry = clientFind(mac);
     // A client that moved starts afresh: its counts, filters and bindings belonged to its old place.
-    if (entry != nullptr && (entry->vlanId != context.vlanId || entry->portIndex != context.ingress + 1)) {
+    if (entry != nullptr && (entry->vlanId != context.vlanId || entry->portIndex != context.port)) {
         clientDelete(mac);
         entry = nullptr;
     }
@@ -79,12 +78,8 @@ void record(const MessageContext &context, const uint8_t *mac) {
         return;
     }
     entry->vlanId = context.vlanId;
-    entry->portIndex = context.ingress + 1;
-    if (entry->counted == 0) {
-        entry->counted = 1;
-        ++vlanClientCount[context.vlanId];
-        ++portClientCount[context.ingress];
-    }
+    entry->portIndex = context.port;
+    clientCount(entry);
     if (entry->acked == 0) {
         entry->pendingLifetime = kPendingLifetime;
         entry->lastUpdate = vosUpSeconds();
@@ -128,7 +123,7 @@ void handleClientMessage(const MessageContext &context) {
     if (refuseZeroMac(context, mac)) {
         return;
     }
-    if (!trusted(context.ingress)) {
+    if (!trusted(context.port)) {
         if (!withinLimits(context, mac)) {
             dhcp6snooping_debug_printf(kLimitReached, nameOf(context));
             return;
@@ -153,18 +148,14 @@ void handleRelease(const MessageContext &context) {
                     continue;
                 }
                 // The guard mode of the port the message came in on decides, not that of the recorded port.
-                if (bindingHasFilter(*entry, *known, context.ingress + 1)) {
-                    bindingFilterRemove(*entry, *known);
-                }
-                if (dhcp6snoopingTraceOn()) {
-                    dhcp6snooping_debug_printf(kReleased, nameOf(context), macText(mac).text);
-                }
-                addressListRemove(&entry->addresses, known, addressListFreeItem);
+                clientForgetBinding(*entry, *known, context.port, [&](const ClientAddress &) {
+                    if (dhcp6snoopingTraceOn()) {
+                        dhcp6snooping_debug_printf(kReleased, nameOf(context), macText(mac).text);
+                    }
+                });
             }
         }
-        if (entry->acked == 1 && entry->addresses.count == 0) {
-            clientDelete(entry->mac);
-        }
+        clientDeleteIfBare(*entry);
     }
     sendToServers(context);
 }
@@ -174,7 +165,7 @@ void handleReply(const MessageContext &context) {
     if (refuseZeroMac(context, mac)) {
         return;
     }
-    if (!trusted(context.ingress)) {
+    if (!trusted(context.port)) {
         dhcp6snooping_debug_printf(kUntrustedPort, nameOf(context));
         return;
     }
@@ -186,7 +177,7 @@ void handleReply(const MessageContext &context) {
         sendToClient(context);
         return;
     }
-    if (entry->portIndex == context.ingress + 1) {
+    if (entry->portIndex == context.port) {
         if (dhcp6snoopingTraceOn()) {
             dhcp6snooping_debug_printf(kSamePort, nameOf(context), macText(mac).text);
         }
@@ -212,7 +203,7 @@ void handleReply(const MessageContext &context) {
             }
         }
     }
-    if (isTablePort(entry->portIndex) && trusted(entry->portIndex - 1)) {
+    if (isTablePort(entry->portIndex) && trusted(entry->portIndex)) {
         if (dhcp6snoopingTraceOn()) {
             dhcp6snooping_debug_printf(kTrustedClient, macText(mac).text);
         }
@@ -222,7 +213,7 @@ void handleReply(const MessageContext &context) {
 }
 
 void handleServerMessage(const MessageContext &context) {
-    if (!trusted(context.ingress)) {
+    if (!trusted(context.port)) {
         dhcp6snooping_debug_printf(kUntrustedPort, nameOf(context));
         return;
     }

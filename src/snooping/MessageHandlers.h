@@ -3,6 +3,7 @@
 
 #include <cstdint>
 
+#include "core/SharedTypes.h"
 #include "snooping/Dhcp6Options.h"
 #include "snooping/SnoopPacket.h"
 
@@ -10,8 +11,8 @@ struct MessageContext {
     SnoopPacket *packet;
     const Dhcp6Message *message;
     uint32_t payloadOffset;
-    uint32_t vlanId;
-    uint32_t ingress;  // 0-based receiving port
+    VlanId vlanId;
+    PortIndex port;  // the receiving port
 };
 
 // SOLICIT, REQUEST, CONFIRM, RENEW, REBIND: limit and record the client on an untrusted port, then send
