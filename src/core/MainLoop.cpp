@@ -35,6 +35,11 @@ void dhcp6snoopingServeNextMessage(void) {
         vosPrintf(kRecvFailed, kLoopName, received);
         return;
     }
+    // A message shorter than its header leaves the last message's bytes behind it; they are not this
+    // message's type or length.
+    if (static_cast<uint32_t>(received) < kMessageHeaderSize) {
+        std::fill(g_smdMsgRecvBuffer + received, g_smdMsgRecvBuffer + kMessageHeaderSize, 0);
+    }
     const uint16_t type = loadHostU16(g_smdMsgRecvBuffer + kMessageTypeOffset);
     if (type != kRemoteCallMessage) {
         vosPrintf(kUnknownMessage, kLoopName, type);

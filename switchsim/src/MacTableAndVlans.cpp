@@ -76,6 +76,10 @@ void Switch::learnMacOnAggregation(const MacAddress &mac, uint32_t vlanId, uint3
     state_->macTable.insert_or_assign({mac, vlanId}, MacEntry{true, aggregationId});
 }
 
+void Switch::clearMacTable() {
+    state_->macTable.clear();
+}
+
 void Switch::setPortName(uint32_t port, std::string name) {
     requirePort(*state_, port);
     state_->portNames.insert_or_assign(port, std::move(name));

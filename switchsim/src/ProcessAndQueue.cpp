@@ -106,7 +106,9 @@ int32_t vosMsgRecv(uint32_t queueHandle, void *buffer, uint32_t bufferSize, int3
             if (length > bufferSize) {
                 return switchsim::kFailed;
             }
-            std::memcpy(buffer, message->message.data(), length);
+            if (length != 0) {
+                std::memcpy(buffer, message->message.data(), length);
+            }
             if (from != nullptr) {
                 *from = VosMsgReplyAddress{};
             }

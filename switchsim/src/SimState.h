@@ -53,6 +53,7 @@ class FailurePlan {
     void add(std::string_view call, int32_t result, uint32_t times);
     // The result to answer for this call of `call`, when one is planned.
     std::optional<int32_t> take(std::string_view call);
+    void clear();
 
   private:
     struct Planned {

@@ -17,6 +17,12 @@ namespace {
 constexpr uint32_t kMaxPorts = 224;
 SimState *active = nullptr;
 
+// Empties a record and gives its memory back.
+template <typename Record>
+void release(Record &record) {
+    Record().swap(record);
+}
+
 }  // namespace
 
 SimState &activeSim() {
@@ -38,6 +44,10 @@ std::optional<int32_t> FailurePlan::take(std::string_view call) {
     }
     --found->second.times;
     return found->second.result;
+}
+
+void FailurePlan::clear() {
+    planned_.clear();
 }
 
 Switch::Switch(const SwitchConfig &config) : state_(std::make_unique<SimState>()) {
@@ -123,6 +133,25 @@ void Switch::advanceClockOnEachRead(uint32_t seconds) {
     state_->secondsPerClockRead = seconds;
 }
 
+void Switch::clearFaults() {
+    state_->failures.clear();
+}
+
+void Switch::clearRecords() {
+    SimState &sim = *state_;
+    release(sim.lifecycle);
+    release(sim.registrationCalls);
+    release(sim.switchedFrames);
+    release(sim.macLookups);
+    release(sim.sentFrames);
+    release(sim.filterCalls);
+    release(sim.remoteCallDebugLines);
+    release(sim.replies);
+    release(sim.console);
+    release(sim.syslog);
+    release(sim.runningConfigAnswers);
+}
+
 bool Switch::idle() const {
     return state_->events.empty();
 }
@@ -184,6 +213,9 @@ const std::vector<RunningConfigAnswer> &Switch::runningConfigAnswers() const {
 }
 const std::vector<SwitchedFrame> &Switch::switchedFrames() const {
     return state_->switchedFrames;
+}
+void Switch::clearInstalledFilters() {
+    state_->installedFilters.clear();
 }
 void Switch::keepAddressFilters(bool keep) {
     state_->keepAddressFilters = keep;

@@ -46,6 +46,8 @@ class Switch {
     // MAC table entries; each replaces any earlier entry of the address in that VLAN.
     void learnMac(const MacAddress &mac, uint32_t vlanId, uint32_t port);
     void learnMacOnAggregation(const MacAddress &mac, uint32_t vlanId, uint32_t aggregationId);
+    // Ages every entry out of the MAC table.
+    void clearMacTable();
     // The name transPort2EtherPort writes for the port; by default port p is "ethernet1/0/p".
     void setPortName(uint32_t port, std::string name);
 
@@ -59,6 +61,8 @@ class Switch {
     void failFilterCall(std::string_view function, int32_t result, uint32_t times = 1);
     // `call` is "smdVDPktSendPort" or "smdVDPktSendPortlist"; a failed send is not recorded.
     void failFrameSend(std::string_view call, int32_t result, uint32_t times = 1);
+    // Forgets every failure still planned.
+    void clearFaults();
 
     // Driving.
     void queueMessage(Bytes message);
@@ -86,6 +90,8 @@ class Switch {
     [[nodiscard]] const std::vector<FilterCall> &filterCalls() const;
     // The filters in place now, one text each, in sorted order.
     [[nodiscard]] std::vector<std::string> installedFilters() const;
+    // Takes every filter out of the filter service, as its restart would.
+    void clearInstalledFilters();
     // With `keep` false, the calls that install or remove a filter for one address succeed at once and are
     // only counted, for benchmarks: no call is recorded and no filter kept.
     void keepAddressFilters(bool keep);
@@ -107,6 +113,10 @@ class Switch {
     [[nodiscard]] uint64_t sentFrameCount() const;
     void clearSentFrames();
     [[nodiscard]] uint32_t upSeconds() const;
+    // Drops everything observed so far (calls, lines, replies, frames, lookups) and releases its memory, so
+    // that a switch that lives through many runs, a fuzzer's, stays at a steady size. What the switch is
+    // (VLANs, MAC table, filters in place, registrations) stays.
+    void clearRecords();
 
   private:
     std::unique_ptr<SimState> state_;
