@@ -1,5 +1,6 @@
-// Writes the seed corpus of a fuzz target into the folder given, one file per seed, from messages made by
-// the frame builder: "options" gets options areas, "receive" gets runs of frames with their switch state.
+// Writes the seed corpus of a fuzz target into the folder given, one file per seed: "options" gets options
+// areas and "receive" runs of frames with their switch state, both made by the frame builder; "management"
+// gets remote calls and raw messages.
 
 #include <cstdio>
 #include <fstream>
@@ -35,12 +36,13 @@ std::vector<Bytes> optionAreas() {
     };
 }
 
-// One record of the receive target: port, VLAN and flag selectors, payload offset, length, frame.
-Bytes record(uint8_t port, uint8_t flags, const Dhcp6Frame &frame) {
+// Operations of the receive target (see ReceiveFuzzer.cpp): opcode and arguments.
+Bytes frameOp(uint8_t port, const Dhcp6Frame &frame) {
     const BuiltFrame built = buildDhcp6Frame(frame);
-    Bytes bytes = {static_cast<uint8_t>(port - 1),
+    Bytes bytes = {0,
+                   static_cast<uint8_t>(port - 1),
                    0,
-                   flags,
+                   0,
                    static_cast<uint8_t>(built.info.payloadOffset),
                    static_cast<uint8_t>(built.bytes.size() >> 8),
                    static_cast<uint8_t>(built.bytes.size())};
@@ -48,36 +50,64 @@ Bytes record(uint8_t port, uint8_t flags, const Dhcp6Frame &frame) {
     return bytes;
 }
 
+constexpr uint8_t kTrust = 0, kGuard = 1;
+Bytes settingOp(uint8_t port, uint8_t setting, uint8_t value) {
+    return {1, static_cast<uint8_t>(port - 1), setting, value};
+}
+const Bytes kSnoopingOn = {2, 1};
+const Bytes kTraceOn = {6, 1};
+Bytes learnOp(uint8_t macByte, uint8_t port) {
+    return {3, macByte, 0, static_cast<uint8_t>(port - 1)};
+}
+Bytes ticksOp(uint8_t count) {
+    return {4, count};
+}
+Bytes linkDownOp(uint8_t port) {
+    return {5, static_cast<uint8_t>(port - 1), 0};
+}
+
 std::vector<Bytes> receiveRuns() {
-    constexpr uint8_t kOn = 0x01;
-    constexpr uint8_t kTrusted = 0x02;
-    constexpr uint8_t kGuarded = 0x04;
     const Bytes granted =
         iaNa(1, 0, 0, join({iaAddress(ipv6("2001:db8::1"), 5, 9), iaAddress(ipv6("2001:db8::2"), 5, 9)}));
     const Bytes released = iaNa(1, 0, 0, iaAddress(ipv6("2001:db8::1"), 0, 0));
+    const Bytes setUp = join({Bytes{0x0F}, settingOp(1, kTrust, 1), settingOp(3, kGuard, 3), kSnoopingOn,
+                              kTraceOn, learnOp(0x01, 3)});
     return {
-        join({record(3, kOn | kGuarded, fromClient(SOLICIT, kClient, {})),
-              record(1, kOn | kTrusted, fromServer(ADVERTISE, kServer, kClient, {})),
-              record(3, kOn | kGuarded, fromClient(REQUEST, kClient, {})),
-              record(1, kOn | kTrusted, fromServer(REPLY, kServer, kClient, granted)),
-              record(3, kOn | kGuarded, fromClient(RELEASE, kClient, released))}),
-        join({record(3, kOn, fromClient(SOLICIT, kClient, {})),
-              record(4, kOn, fromClient(REQUEST, kClient, {})),
-              record(4, kOn | kTrusted, fromServer(REPLY, kServer, kClient, granted))}),
-        record(5, kOn, fromServer(RELAY_REPLY, kServer, kClient, {})),
+        join({setUp, frameOp(3, fromClient(SOLICIT, kClient, {})),
+              frameOp(1, fromServer(ADVERTISE, kServer, kClient, {})),
+              frameOp(3, fromClient(REQUEST, kClient, {})),
+              frameOp(1, fromServer(REPLY, kServer, kClient, granted)), ticksOp(6),
+              frameOp(3, fromClient(RELEASE, kClient, released))}),
+        join({setUp, frameOp(3, fromClient(SOLICIT, kClient, {})),
+              frameOp(4, fromClient(REQUEST, kClient, {})),
+              frameOp(1, fromServer(REPLY, kServer, kClient, granted)), linkDownOp(4)}),
+        join({Bytes{0}, kSnoopingOn, frameOp(5, fromServer(RELAY_REPLY, kServer, kClient, {}))}),
     };
+}
+
+// Remote calls in the management target's form: kind 1, call, argument count, arguments with their lengths.
+std::vector<Bytes> managementRuns() {
+    const Bytes start = {1, 0, 0};                                      // call 6250
+    const Bytes trustPort3 = {1, 11, 2, 4, 3, 0, 0, 0, 4, 1, 0, 0, 0};  // call 6261 (3, 1)
+    const Bytes limitPort3 = {1, 13, 2, 4, 3, 0, 0, 0, 4, 0, 1, 0, 0};  // call 6263 (3, 256)
+    const Bytes getTrust = {1, 19, 2, 4, 3, 0, 0, 0, 4, 0, 0, 0, 0};    // call 6269 (3, out)
+    const Bytes unknownType = {0, 0, 24, 9, 0};                         // raw, type 9
+    const Bytes failedReceive = {2, 5};
+    return {join({start, trustPort3, limitPort3, getTrust}), join({unknownType, failedReceive, start})};
 }
 
 }  // namespace
 
 int main(int argc, char **argv) {
     const std::string_view target = argc == 3 ? argv[1] : "";
-    if (target != "options" && target != "receive") {
-        std::fprintf(stderr, "usage: %s options|receive <corpus folder>\n", argv[0]);
+    if (target != "options" && target != "receive" && target != "management") {
+        std::fprintf(stderr, "usage: %s options|receive|management <corpus folder>\n", argv[0]);
         return 2;
     }
     int number = 0;
-    for (const Bytes &seed : target == "options" ? optionAreas() : receiveRuns()) {
+    const std::vector<Bytes> seeds =
+        target == "options" ? optionAreas() : (target == "receive" ? receiveRuns() : managementRuns());
+    for (const Bytes &seed : seeds) {
         std::ofstream out(std::string(argv[2]) + "/seed-" + std::to_string(number++), std::ios::binary);
         out.write(reinterpret_cast<const char *>(seed.data()), static_cast<std::streamsize>(seed.size()));
         if (!out) {

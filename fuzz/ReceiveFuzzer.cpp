@@ -1,55 +1,93 @@
-// Arbitrary frames through the whole receive callback, on a switch whose state the input also chooses.
-// An input is a run of records, each a 6-byte header and a frame:
-//   port selector, VLAN selector, flags, payload offset, frame length (16 bits, big-endian).
-// Flags: 0x01 snooping on, 0x02 ingress trusted, 0x04 ingress guarded, 0x08 ingress port full,
-// 0x10 frame kind 1, 0x20 frame kind 2. Every input starts from a fresh table; at its end the per-port
-// counts must still match the clients recorded.
+// Arbitrary frames through the whole receive callback, interleaved with everything else that changes the
+// daemon's state on a switch: settings, snooping on and off, the MAC table, timer ticks, links going down,
+// tracing, bulk removal, VLAN resets and failures of memory, filters and sends.
+//
+// An input starts with one byte that chooses which of four static bindings exist during the run, then holds
+// operations, each an opcode byte and its arguments:
+//   0 frame       port, VLAN, flags (0x10 kind 1, 0x20 kind 2), payload offset, length (16 bits), bytes
+//   1 port        port, setting (trust, guard mode, port limit, VLAN limit), value
+//   2 snooping    on when odd
+//   3 learn MAC   last MAC byte, VLAN, port (above the port count: the aggregation group)
+//   4 ticks       count
+//   5 link        port, status
+//   6 trace       on when odd
+//   7 failure     what, count
+//   8 bulk        kind, argument
+//   9 VLAN reset  VLAN
+// After every input the counts must match the table, and once everything is reset the switch must hold no
+// filter of the daemon's, unless a removal was made to fail.
 
 #include <algorithm>
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
+#include <string_view>
 #include <vector>
 
+#include "FuzzSupport.h"
 #include "core/GlobalState.h"
+#include "mgmt/PortVlanSettings.h"
+#include "snooping/BulkRemoval.h"
 #include "snooping/ClientTable.h"
 #include "snooping/Dhcp6Snooping.h"
 #include "snooping/SnoopingOnOff.h"
-#include "source_guard/SourceGuardMode.h"
-#include "switchsim/Switch.h"
+#include "source_guard/PortMode.h"
+#include "source_guard/StaticBindList.h"
 
 namespace {
 
-constexpr uint32_t kPorts = 24;
-constexpr uint32_t kVlans = 4;
-constexpr size_t kHeaderSize = 6;
+using namespace fuzz;
 
-switchsim::Switch &fuzzSwitch() {
-    static switchsim::Switch sw;
-    return sw;
+constexpr uint32_t kTraceLevel = 7;
+
+std::array<uint8_t, 16> addressOf(uint8_t last) {
+    std::array<uint8_t, 16> address = {0x20, 0x01, 0x0d, 0xb8};
+    address[15] = last;
+    return address;
 }
 
-void setUpSwitch(switchsim::Switch &sw) {
-    std::vector<uint32_t> all;
-    for (uint32_t port = 1; port <= kPorts; ++port) {
-        all.push_back(port);
-    }
-    for (uint32_t vlan = 1; vlan <= kVlans; ++vlan) {
-        sw.addVlan(vlan, all);
-    }
-    // Nothing the switch sees is kept, so that a long run does not grow.
-    sw.keepSentFrames(false);
-    sw.keepAddressFilters(false);
-    dhcp6snooping_init();
-}
+// Bindings for every port with and without a MAC, for port 3 with a VLAN and for port 5 without.
+std::array<StaticBindEntry, 4> bindings = {{
+    {nullptr, nullptr, {0x20, 0x01, 0x0d, 0xb8, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 1}, {}, 0, 0},
+    {nullptr,
+     nullptr,
+     {0x20, 0x01, 0x0d, 0xb8, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 2},
+     {2, 0, 0, 0, 0, 1},
+     3,
+     1},
+    {nullptr,
+     nullptr,
+     {0x20, 0x01, 0x0d, 0xb8, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 3},
+     {2, 0, 0, 0, 0, 2},
+     0,
+     0},
+    {nullptr, nullptr, {0x20, 0x01, 0x0d, 0xb8, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 4}, {}, 5, 0},
+}};
+
+constexpr std::array<std::string_view, 8> kFilterCalls = {
+    "FRM_InstallForwardIp6AddrFilterResource_new",  "FRM_RemoveForwardIp6AddrFilterResource_new",
+    "FRM_OperatePortDenyAllIp6FilterResource",      "FRM_InstallGlobalForwardIp6AddrOnlyFilterResource",
+    "FRM_RemoveGlobalForwardIp6AddrFilterResource", "FRM_InstallForwardIp6AddrFilterResource",
+    "FRM_RemoveGlobalForwardIcmp6NdFilterResource", "FRM_OperateDhcp6FilterResource",
+};
+
+// Set when a filter removal was made to fail: the switch may then keep a filter the daemon let go.
+bool removalFailed = false;
 
 // The packet service hands frames over 2 bytes past a 4-byte boundary; the frame ends where the buffer
 // ends, so that any read past it is caught.
-void deliver(const uint8_t *bytes, uint32_t length, uint32_t port, uint32_t vlan, const uint8_t *header) {
+void deliverFrame(Input &input) {
+    const uint32_t port = portOf(input.byte());
+    const uint32_t vlan = vlanOf(input.byte());
+    const uint8_t flags = input.byte();
+    const uint8_t payloadOffset = input.byte();
+    const size_t wanted = input.be16();
+    const auto [bytes, length] = input.take(wanted);
     const auto buffer = std::make_unique<uint8_t[]>(length + 2);
-    auto *frame = buffer.get() + 2;
+    uint8_t *frame = buffer.get() + 2;
     if (length != 0) {
         std::memcpy(frame, bytes, length);
     }
@@ -57,60 +95,166 @@ void deliver(const uint8_t *bytes, uint32_t length, uint32_t port, uint32_t vlan
     tag.vlanId = vlan;
     tag.portIndex = port;
     PktRecvInfo info{};
-    info.payloadOffset = header[3];
+    info.payloadOffset = payloadOffset;
     info.etherTypeOffset = 12;
-    info.frameKind = (header[2] & 0x20) != 0 ? 2 : ((header[2] & 0x10) != 0 ? 1 : 0);
-    dhcp6snoopingRegPktProcess(frame, length, tag, info);
+    info.frameKind = (flags & 0x20) != 0 ? 2 : ((flags & 0x10) != 0 ? 1 : 0);
+    dhcp6snoopingRegPktProcess(frame, static_cast<uint32_t>(length), tag, info);
 }
 
-void applyFlags(uint8_t flags, uint32_t port) {
-    if ((flags & 0x01) != 0) {
-        dhcp6snoopingStart();
+void changeSetting(Input &input) {
+    const uint32_t port = portOf(input.byte());
+    const uint8_t setting = input.byte();
+    const uint8_t value = input.byte();
+    switch (setting % 4) {
+        case 0:
+            dhcp6snooping_port_mode(port, value % 3);
+            break;
+        case 1:
+            set_ip6_source_guard_port_mode(port, value % 6);
+            break;
+        case 2:
+            dhcp6snooping_port_maxclients(port, value % 4);
+            break;
+        default:
+            dhcp6snooping_vlan_maxclients(vlanOf(setting / 4), value % 4);
+            break;
+    }
+}
+
+void learnMac(Input &input) {
+    const switchsim::MacAddress mac = {2, 0, 0, 0, 0, input.byte()};
+    const uint32_t vlan = vlanOf(input.byte());
+    const uint8_t where = input.byte();
+    if (where >= kPorts) {
+        fuzzSwitch().learnMacOnAggregation(mac, vlan, kAggregation);
     } else {
-        dhcp6snoopingStop();
+        fuzzSwitch().learnMac(mac, vlan, portOf(where));
     }
-    portTrustMode[port - 1] = (flags & 0x02) != 0 ? 1 : 0;
-    portIpSourceGuardMode[port - 1] = (flags & 0x04) != 0 ? SOURCE_GUARD_IPV6_MAC_VLAN : SOURCE_GUARD_NONE;
-    portMaxNum[port - 1] = (flags & 0x08) != 0 ? 0 : kDefaultClientLimit;
 }
 
-void requireCountsMatchTable() {
-    uint32_t counted[kPortTableSize] = {};
-    for (const ClientEntry *entry = clientFirst(); entry != nullptr; entry = clientAfter(entry->mac)) {
-        if (entry->counted == 1) {
-            ++counted[entry->portIndex - 1];
+void planFailure(Input &input) {
+    const uint8_t what = input.byte();
+    const uint32_t times = 1 + input.byte() % 4;
+    switch (what % 3) {
+        case 0:
+            fuzzSwitch().failAllocations(times);
+            break;
+        case 1: {
+            const std::string_view call = kFilterCalls[(what / 3) % kFilterCalls.size()];
+            removalFailed |= call.find("Remove") != std::string_view::npos ||
+                             call.find("Operate") != std::string_view::npos;
+            fuzzSwitch().failFilterCall(call, -3, times);
+            break;
+        }
+        default:
+            fuzzSwitch().failFrameSend((what / 3) % 2 == 0 ? "smdVDPktSendPort" : "smdVDPktSendPortlist", -1,
+                                       times);
+            break;
+    }
+}
+
+void removeInBulk(Input &input) {
+    DeleteSelector selector{};
+    selector.kind = input.byte() % 6;
+    const uint8_t argument = input.byte();
+    selector.portIndex = portOf(argument);
+    selector.vlanId = vlanOf(argument);
+    selector.mac[0] = 2;
+    selector.mac[5] = argument;
+    const auto address = addressOf(argument);
+    std::memcpy(selector.address, address.data(), address.size());
+    dhcp6snoopingDeleteByData(selector);
+}
+
+void apply(Input &input) {
+    switchsim::Switch &sw = fuzzSwitch();
+    switch (input.byte() % 10) {
+        case 0:
+            deliverFrame(input);
+            break;
+        case 1:
+            changeSetting(input);
+            break;
+        case 2:
+            (input.byte() % 2 != 0) ? dhcp6snoopingStart() : dhcp6snoopingStop();
+            break;
+        case 3:
+            learnMac(input);
+            break;
+        case 4:
+            sw.queueTimerTicks(input.byte());
+            serve();
+            break;
+        case 5: {
+            const uint32_t port = portOf(input.byte());
+            sw.queueLinkChange(port, input.byte() % 2);
+            serve();
+            break;
+        }
+        case 6:
+            sw.setModuleLogLevel(kDhcp6SnoopingModuleId, input.byte() % 2 != 0 ? kTraceLevel : 0);
+            break;
+        case 7:
+            planFailure(input);
+            break;
+        case 8:
+            removeInBulk(input);
+            break;
+        default: {
+            VlanBitmap vlans{};
+            vlanBitmapAdd(vlans, vlanOf(input.byte()));
+            dhcp6snooping_vlan_reset(&vlans);
+            break;
         }
     }
-    for (uint32_t port = 0; port < kPortTableSize; ++port) {
-        if (counted[port] != portClientCount[port]) {
-            std::abort();
+}
+
+// Every port count equals the clients counted there; a VLAN count is never above them (a VLAN reset zeroes
+// it while its clients stay); only acknowledged clients hold bindings; every node is in the table or free.
+void requireTableConsistent() {
+    uint32_t perPort[kPortTableSize] = {};
+    uint32_t perVlan[kVlanTableSize] = {};
+    uint32_t clients = 0;
+    for (const ClientEntry *entry = clientFirst(); entry != nullptr; entry = clientAfter(entry->mac)) {
+        ++clients;
+        require(!macIsZero(entry->mac));
+        require(entry->addresses.count == 0 || entry->acked == 1);
+        if (entry->counted == 1) {
+            ++perPort[portSlot(entry->portIndex)];
+            ++perVlan[entry->vlanId];
         }
+    }
+    require(clients + clientNodePool.freeList.count == kMaxClients);
+    for (uint32_t slot = 0; slot < kPortTableSize; ++slot) {
+        require(perPort[slot] == portClientCount[slot]);
+    }
+    for (uint32_t vlan = 0; vlan < kVlanTableSize; ++vlan) {
+        require(vlanClientCount[vlan] <= perVlan[vlan]);
     }
 }
 
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
-    static const bool ready = [] {
-        setUpSwitch(fuzzSwitch());
-        return true;
-    }();
-    (void)ready;
-
-    while (size >= kHeaderSize) {
-        const uint8_t *header = data;
-        const uint32_t port = 1 + header[0] % kPorts;
-        const uint32_t vlan = 1 + header[1] % kVlans;
-        const size_t length =
-            std::min<size_t>(static_cast<size_t>(header[4] << 8 | header[5]), size - kHeaderSize);
-        applyFlags(header[2], port);
-        deliver(data + kHeaderSize, static_cast<uint32_t>(length), port, vlan, header);
-        data += kHeaderSize + length;
-        size -= kHeaderSize + length;
+    fuzzSwitch();
+    Input input(data, size);
+    const uint8_t present = input.byte();
+    for (size_t i = 0; i < bindings.size(); ++i) {
+        if ((present & (1U << i)) != 0) {
+            staticBindInsertNewest(&bindings[i]);
+        }
     }
-    requireCountsMatchTable();
-    // The next input starts from an empty table and the defaults.
-    clientDeleteAll();
-    dhcp6snooping_init();
+    while (!input.empty()) {
+        apply(input);
+    }
+    requireTableConsistent();
+    // The bindings' filters go with the last guarded port, so the bindings leave after the reset.
+    resetAll(/*filtersMustBeGone=*/!removalFailed);
+    removalFailed = false;
+    for (StaticBindEntry &binding : bindings) {
+        if (binding.next != nullptr) {
+            staticBindUnlink(&binding);
+        }
+    }
     return 0;
 }
