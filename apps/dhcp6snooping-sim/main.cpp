@@ -10,12 +10,12 @@
 
 #include "Narrator.h"
 #include "OperatorView.h"
-#include "core/GlobalState.h"
 #include "core/SharedTypes.h"
 #include "core/Startup.h"
+#include "mgmt/PortVlanSettings.h"
 #include "snooping/Dhcp6Options.h"
 #include "snooping/SnoopingOnOff.h"
-#include "source_guard/SourceGuardMode.h"
+#include "source_guard/PortMode.h"
 #include "switchsim/Dhcp6FrameBuilder.h"
 #include "switchsim/Switch.h"
 
@@ -99,12 +99,12 @@ void buildSwitch(switchsim::Switch &sw, const Host &server) {
     sw.learnMac(server.mac, kVlan, kServerPort);
 }
 
-// Until the management calls exist, trust and source guard are configured by writing the daemon's
-// per-port tables directly.
+// The operator trusts the server's port and puts the client ports under IPv6 source guard, through the
+// operations the command line calls.
 void configurePorts() {
-    portTrustMode[kServerPort - 1] = 1;
+    dhcp6snooping_port_mode(kServerPort, 1);
     for (const uint32_t port : kGuardedPorts) {
-        portIpSourceGuardMode[port - 1] = SOURCE_GUARD_IPV6_MAC_VLAN;
+        set_ip6_source_guard_port_mode(port, SOURCE_GUARD_IPV6_MAC_VLAN);
     }
 }
 
