@@ -1,0 +1,64 @@
+#include "source_guard/ExemptVlans.h"
+
+#include "platform/FrmApi.h"
+
+namespace {
+
+constexpr int32_t kRefused = -1;
+
+}  // namespace
+
+extern "C" {
+
+uint32_t ipv6SourceGuardDisabledVlan[kVlanTableSize];
+
+int32_t ip6_source_guard_vlanlist_config(uint32_t operation, const VlanBitmap *requested,
+                                         VlanBitmap *failed) {
+    if (requested == nullptr || failed == nullptr) {
+        return kRefused;
+    }
+    const bool remove = operation == kExemptVlansRemove;
+    int32_t result = 0;
+    for (VlanId vlanId = kFirstVlan; vlanId <= kLastVlan; ++vlanId) {
+        uint32_t &flag = ipv6SourceGuardDisabledVlan[vlanId];
+        if (!vlanBitmapHas(*requested, vlanId) || (remove ? flag == 0 : flag == 1)) {
+            continue;
+        }
+        const auto vlan = static_cast<uint16_t>(vlanId);
+        const int32_t answer = remove ? FRM_RemoveGlobalForwardIp6VidOnlyFilterResource(vlan)
+                                      : FRM_InstallGlobalForwardIp6VidOnlyFilterResource(vlan);
+        if (answer == 0) {
+            flag = remove ? 0 : 1;
+        } else {
+            vlanBitmapAdd(*failed, vlanId);
+            result = kRefused;
+        }
+    }
+    return result;
+}
+
+int32_t no_ip6_source_guard_vlanlist_get(VlanBitmap *vlans) {
+    if (vlans == nullptr) {
+        return kRefused;
+    }
+    *vlans = {};
+    for (VlanId vlanId = kFirstVlan; vlanId <= kLastVlan; ++vlanId) {
+        if (ipv6SourceGuardDisabledVlan[vlanId] != 0) {
+            vlanBitmapAdd(*vlans, vlanId);
+        }
+    }
+    return 0;
+}
+
+int32_t no_ip6_source_guard_vlan_get(uint32_t vlanId) {
+    return vlanId < kVlanTableSize ? static_cast<int32_t>(ipv6SourceGuardDisabledVlan[vlanId]) : kRefused;
+}
+
+int32_t operate_no_ip6_source_guard_vlan(uint32_t vlanId, uint32_t flag) {
+    if (vlanId >= kVlanTableSize) {
+        return kRefused;
+    }
+    ipv6SourceGuardDisabledVlan[vlanId] = flag;
+    return 0;
+}
+}
