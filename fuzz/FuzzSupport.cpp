@@ -11,7 +11,9 @@
 #include "core/Startup.h"
 #include "mgmt/PortVlanSettings.h"
 #include "snooping/SnoopingOnOff.h"
+#include "source_guard/ExemptVlans.h"
 #include "source_guard/PortMode.h"
+#include "source_guard/StaticBindings.h"
 
 namespace fuzz {
 
@@ -87,6 +89,13 @@ void resetAll(bool filtersMustBeGone) {
         dhcp6snooping_vlan_maxclients(vlan, kMaxClients);
     }
     dhcp6snooping_vlan_reset(&vlans);
+    ip6v6_source_guard_bind_node_delete_all();
+    VlanBitmap everyVlan{};
+    for (VlanId vlan = kFirstVlan; vlan <= kLastVlan; ++vlan) {
+        vlanBitmapAdd(everyVlan, vlan);
+    }
+    VlanBitmap failed{};
+    ip6_source_guard_vlanlist_config(kExemptVlansRemove, &everyVlan, &failed);
     if (filtersMustBeGone) {
         for (const std::string &filter : sw.installedFilters()) {
             std::fprintf(stderr, "left behind: %s\n", filter.c_str());

@@ -1,6 +1,6 @@
 // Writes the seed corpus of a fuzz target into the folder given, one file per seed: "options" gets options
 // areas and "receive" runs of frames with their switch state, both made by the frame builder; "management"
-// gets remote calls and raw messages.
+// gets remote calls and raw messages, "source_guard" steps of the source-guard sequence.
 
 #include <cstdio>
 #include <fstream>
@@ -96,17 +96,39 @@ std::vector<Bytes> managementRuns() {
     return {join({start, trustPort3, limitPort3, getTrust}), join({unknownType, failedReceive, start})};
 }
 
+// Steps of the source-guard sequence (see SourceGuardSequence.cpp): opcode and arguments.
+std::vector<Bytes> sourceGuardRuns() {
+    const Bytes exchangeOnPort2 = {0, 0, 0, 0x83, 20};  // client :01 on port 2, two addresses and a prefix
+    const Bytes exchangeOnPort3 = {0, 1, 1, 0x0c, 30};  // client :02 on port 3, one address
+    const Bytes guardPort2 = {2, 0, 2};
+    const Bytes guardPort3 = {2, 1, 0};
+    const Bytes bindEveryPort = {4, 0, 0, 0, 0};      // address ::1, no MAC, every port
+    const Bytes bindClientOnPort2 = {4, 1, 1, 5, 1};  // address ::6, MAC :01, port 2, VLAN 1
+    const Bytes releaseFirst = {1, 0, 0};
+    const Bytes exemptVlan2 = {7, 3};
+    const Bytes ticks = {8, 25};
+    const Bytes unbind = {5, 0};
+    const Bytes linkDownPort3 = {11, 1};
+    return {
+        join({exchangeOnPort2, guardPort2, bindEveryPort, exchangeOnPort3, guardPort3, bindClientOnPort2,
+              releaseFirst, unbind, ticks}),
+        join({guardPort2, bindClientOnPort2, exchangeOnPort2, exemptVlan2, Bytes{6}, linkDownPort3}),
+    };
+}
+
 }  // namespace
 
 int main(int argc, char **argv) {
     const std::string_view target = argc == 3 ? argv[1] : "";
-    if (target != "options" && target != "receive" && target != "management") {
-        std::fprintf(stderr, "usage: %s options|receive|management <corpus folder>\n", argv[0]);
+    if (target != "options" && target != "receive" && target != "management" && target != "source_guard") {
+        std::fprintf(stderr, "usage: %s options|receive|management|source_guard <corpus folder>\n", argv[0]);
         return 2;
     }
     int number = 0;
-    const std::vector<Bytes> seeds =
-        target == "options" ? optionAreas() : (target == "receive" ? receiveRuns() : managementRuns());
+    const std::vector<Bytes> seeds = target == "options"      ? optionAreas()
+                                     : target == "receive"    ? receiveRuns()
+                                     : target == "management" ? managementRuns()
+                                                              : sourceGuardRuns();
     for (const Bytes &seed : seeds) {
         std::ofstream out(std::string(argv[2]) + "/seed-" + std::to_string(number++), std::ios::binary);
         out.write(reinterpret_cast<const char *>(seed.data()), static_cast<std::streamsize>(seed.size()));

@@ -2,7 +2,7 @@
 // daemon's state on a switch: settings, snooping on and off, the MAC table, timer ticks, links going down,
 // tracing, bulk removal, VLAN resets and failures of memory, filters and sends.
 //
-// An input starts with one byte that chooses which of four static bindings exist during the run, then holds
+// An input starts with one byte that chooses which of four static bindings are added first, then holds
 // operations, each an opcode byte and its arguments:
 //   0 frame       port, VLAN, flags (0x10 kind 1, 0x20 kind 2), payload offset, length (16 bits), bytes
 //   1 port        port, setting (trust, guard mode, port limit, VLAN limit), value
@@ -14,8 +14,7 @@
 //   7 failure     what, count
 //   8 bulk        kind, argument
 //   9 VLAN reset  VLAN
-// After every input the counts must match the table, and once everything is reset the switch must hold no
-// filter of the daemon's, unless a removal was made to fail.
+// After every input the counts must match the table.
 
 #include <algorithm>
 #include <array>
@@ -35,7 +34,7 @@
 #include "snooping/Dhcp6Snooping.h"
 #include "snooping/SnoopingOnOff.h"
 #include "source_guard/PortMode.h"
-#include "source_guard/StaticBindList.h"
+#include "source_guard/StaticBindings.h"
 
 namespace {
 
@@ -50,22 +49,28 @@ std::array<uint8_t, 16> addressOf(uint8_t last) {
 }
 
 // Bindings for every port with and without a MAC, for port 3 with a VLAN and for port 5 without.
-std::array<StaticBindEntry, 4> bindings = {{
-    {nullptr, nullptr, {0x20, 0x01, 0x0d, 0xb8, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 1}, {}, 0, 0},
-    {nullptr,
-     nullptr,
-     {0x20, 0x01, 0x0d, 0xb8, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 2},
-     {2, 0, 0, 0, 0, 1},
-     3,
-     1},
-    {nullptr,
-     nullptr,
-     {0x20, 0x01, 0x0d, 0xb8, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 3},
-     {2, 0, 0, 0, 0, 2},
-     0,
-     0},
-    {nullptr, nullptr, {0x20, 0x01, 0x0d, 0xb8, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 4}, {}, 5, 0},
-}};
+struct Binding {
+    uint8_t addressLast;
+    uint8_t macLast;  // 0: no MAC
+    uint32_t port;
+    uint32_t vlan;
+};
+constexpr std::array<Binding, 4> kBindings = {{{1, 0, 0, 0}, {2, 1, 3, 1}, {3, 2, 0, 0}, {4, 0, 5, 0}}};
+
+void addBindings(uint8_t chosen) {
+    for (size_t i = 0; i < kBindings.size(); ++i) {
+        if ((chosen & (1U << i)) == 0) {
+            continue;
+        }
+        const Binding &binding = kBindings[i];
+        const auto address = addressOf(binding.addressLast);
+        Ipv6Address ip;
+        std::memcpy(ip.octets, address.data(), address.size());
+        const uint8_t mac[kMacSize] = {2, 0, 0, 0, 0, binding.macLast};
+        ip6v6_source_guard_bind_node_add(ip, binding.macLast != 0 ? mac : nullptr, binding.port,
+                                         binding.vlan);
+    }
+}
 
 constexpr std::array<std::string_view, 8> kFilterCalls = {
     "FRM_InstallForwardIp6AddrFilterResource_new",  "FRM_RemoveForwardIp6AddrFilterResource_new",
@@ -73,9 +78,6 @@ constexpr std::array<std::string_view, 8> kFilterCalls = {
     "FRM_RemoveGlobalForwardIp6AddrFilterResource", "FRM_InstallForwardIp6AddrFilterResource",
     "FRM_RemoveGlobalForwardIcmp6NdFilterResource", "FRM_OperateDhcp6FilterResource",
 };
-
-// Set when a filter removal was made to fail: the switch may then keep a filter the daemon let go.
-bool removalFailed = false;
 
 // The packet service hands frames over 2 bytes past a 4-byte boundary; the frame ends where the buffer
 // ends, so that any read past it is caught.
@@ -139,13 +141,9 @@ void planFailure(Input &input) {
         case 0:
             fuzzSwitch().failAllocations(times);
             break;
-        case 1: {
-            const std::string_view call = kFilterCalls[(what / 3) % kFilterCalls.size()];
-            removalFailed |= call.find("Remove") != std::string_view::npos ||
-                             call.find("Operate") != std::string_view::npos;
-            fuzzSwitch().failFilterCall(call, -3, times);
+        case 1:
+            fuzzSwitch().failFilterCall(kFilterCalls[(what / 3) % kFilterCalls.size()], -3, times);
             break;
-        }
         default:
             fuzzSwitch().failFrameSend((what / 3) % 2 == 0 ? "smdVDPktSendPort" : "smdVDPktSendPortlist", -1,
                                        times);
@@ -238,23 +236,13 @@ void requireTableConsistent() {
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     fuzzSwitch();
     Input input(data, size);
-    const uint8_t present = input.byte();
-    for (size_t i = 0; i < bindings.size(); ++i) {
-        if ((present & (1U << i)) != 0) {
-            staticBindInsertNewest(&bindings[i]);
-        }
-    }
+    addBindings(input.byte());
     while (!input.empty()) {
         apply(input);
     }
     requireTableConsistent();
-    // The bindings' filters go with the last guarded port, so the bindings leave after the reset.
-    resetAll(/*filtersMustBeGone=*/!removalFailed);
-    removalFailed = false;
-    for (StaticBindEntry &binding : bindings) {
-        if (binding.next != nullptr) {
-            staticBindUnlink(&binding);
-        }
-    }
+    // A RELEASE that comes in on another port than its client's leaves the filter to that port's guard
+    // mode, so frames from anywhere may leave filters behind; the source-guard sequence target checks them.
+    resetAll(/*filtersMustBeGone=*/false);
     return 0;
 }
