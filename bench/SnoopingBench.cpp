@@ -103,6 +103,11 @@ struct SnoopingSwitch {
         dhcp6snoopingStart();
     }
 
+    // The daemon's state outlives the switch: the next benchmark must not find these clients.
+    ~SnoopingSwitch() { dhcp6snoopingStop(); }
+    SnoopingSwitch(const SnoopingSwitch &) = delete;
+    SnoopingSwitch &operator=(const SnoopingSwitch &) = delete;
+
     // Each client sends a SOLICIT on port 3 and is recorded.
     void record(const std::vector<Mac> &clients) {
         AlignedFrame solicit = solicitFrom(kClient);
