@@ -3,6 +3,7 @@
 // releases an address, an address runs out and a link goes down. Each event is printed with where the
 // daemon sent the frame, its trace lines and the filters it changed; at the end, the client table.
 
+#include <algorithm>
 #include <cstdint>
 #include <cstdio>
 #include <string>
@@ -15,7 +16,9 @@
 #include "mgmt/PortVlanSettings.h"
 #include "snooping/Dhcp6Options.h"
 #include "snooping/SnoopingOnOff.h"
+#include "source_guard/ExemptVlans.h"
 #include "source_guard/PortMode.h"
+#include "source_guard/StaticBindings.h"
 #include "switchsim/Dhcp6FrameBuilder.h"
 #include "switchsim/Switch.h"
 
@@ -31,6 +34,7 @@ constexpr uint32_t kVlan = 10;
 constexpr uint32_t kServerPort = 1;
 constexpr uint32_t kRoguePort = 7;
 constexpr uint32_t kGuardedPorts[] = {3, 4};
+constexpr uint32_t kExemptVlan = 20;
 constexpr uint32_t kTraceLevel = 7;
 
 struct Host {
@@ -85,6 +89,12 @@ class Exchanges {
     Host server_;
 };
 
+Ipv6Address asAddress(const switchsim::Ipv6Bytes &bytes) {
+    Ipv6Address address;
+    std::copy(bytes.begin(), bytes.end(), address.octets);
+    return address;
+}
+
 void heading(const char *title) {
     std::printf("== %s ==\n", title);
 }
@@ -113,10 +123,11 @@ void configurePorts() {
 struct Cast {
     Host server{"server", mac("00:00:5e:00:53:01")};
     Host rogue{"rogue", mac("00:00:5e:00:53:66")};
+    switchsim::Ipv6Bytes boundAddressOfA = ipv6("2001:db8:10::a1");
     Client a{{"A", mac("00:00:5e:00:53:0a")},
              dhcp6::iaNa(1, 0, 0),
              dhcp6::iaNa(1, 0, 0,
-                         dhcp6::join({dhcp6::iaAddress(ipv6("2001:db8:10::a1"), 150, 300),
+                         dhcp6::join({dhcp6::iaAddress(boundAddressOfA, 150, 300),
                                       dhcp6::iaAddress(ipv6("2001:db8:10::a2"), 15, 30)}))};
     switchsim::Ipv6Bytes addressOfB = ipv6("2001:db8:10::b1");
     Client b{{"B", mac("00:00:5e:00:53:0b")},
@@ -158,15 +169,27 @@ void playScenario(switchsim::Switch &sw, const Cast &cast) {
     heading("6. client B releases its address");
     exchanges.clientSends(cast.b.host, 4, dhcp6::RELEASE, cast.releaseOfB);
 
-    heading("7. time passes");
+    heading("7. the operator binds A's first address statically for every port, and exempts VLAN 20");
+    const Ipv6Address boundAddress = asAddress(cast.boundAddressOfA);
+    ip6v6_source_guard_bind_node_add(boundAddress, /*mac=*/nullptr, /*port=*/0, /*vlan=*/0);
+    narrator.report("binding 2001:db8:10::a1 added: it serves A's address in place of A's own filter");
+    VlanBitmap exempt{};
+    VlanBitmap failed{};
+    vlanBitmapAdd(exempt, kExemptVlan);
+    ip6_source_guard_vlanlist_config(/*operation=*/0, &exempt, &failed);
+    narrator.report("VLAN 20 exempted from source guard");
+    ip6v6_source_guard_bind_node_delete(boundAddress);
+    narrator.report("binding 2001:db8:10::a1 deleted: A's own filter comes back");
+
+    heading("8. time passes");
     narrator.passTime(31);
 
-    heading("8. the link of C's port goes down");
+    heading("9. the link of C's port goes down");
     narrator.linkDown(6);
 }
 
 void printOperatorView(const switchsim::Switch &sw) {
-    heading("9. what the operator sees");
+    heading("10. what the operator sees");
     printClientTable(sw.upSeconds());
     printClientCounts();
     printFilters(sw);
