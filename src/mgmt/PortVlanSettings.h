@@ -52,7 +52,8 @@ int32_t dhcp6snoopingFastRemoveCfg(uint32_t value);
 
 // One step of a walk over the acknowledged clients in MAC order: the first client after `mac` (all zero:
 // the first client) is written back into `mac` with its VLAN, port and up to 10 addresses with their valid
-// lifetimes left. -1 when no client is left or an output is missing.
+// lifetimes left (when `summaries` and `lifetimes` are given). -1 when no client is left or the MAC, VLAN,
+// port or count output is missing.
 int32_t dhcp6snooping_get_nextclients_ext(uint8_t *mac, uint32_t *vlanId, uint32_t *port, uint32_t *count,
                                           ClientAddressSummary *summaries, uint32_t *lifetimes);
 }

@@ -1,7 +1,14 @@
+// Start-up, the main loop and the debug trace: the hooks registered, the messages served and the replies
+// sent, the lines traced and the line lengths that break the trace's contract.
+
 #include <gmock/gmock.h>
 
+#include <array>
+#include <cstdlib>
 #include <cstring>
+#include <string>
 
+#include "core/DebugTrace.h"
 #include "platform/RmWrapApi.h"
 #include "support/DaemonTest.h"
 #include "switchsim/RemoteCallMessage.h"
@@ -9,17 +16,50 @@
 namespace {
 
 using ::testing::ElementsAre;
-
-std::string resultName(const ::testing::TestParamInfo<int32_t> &info) {
-    return (info.param < 0 ? "Minus" : "") + std::to_string(info.param < 0 ? -info.param : info.param);
-}
 using ::testing::IsEmpty;
 
-constexpr uint32_t kTestCall = 7000;
-constexpr uint32_t kUnservedCall = 7001;
+// A packet match descriptor as the daemon must build it: 16-bit fields in the processor's byte order.
+std::array<uint8_t, 36> dhcp6Descriptor(uint16_t udpPort, uint16_t index) {
+    std::array<uint8_t, 36> bytes{};
+    const auto put = [&bytes](size_t offset, uint16_t value) { std::memcpy(&bytes[offset], &value, 2); };
+    put(18, 0x86DD);  // Ethernet type IPv6
+    put(20, 17);      // UDP
+    put(22, udpPort);
+    put(24, 0x38);  // match on Ethernet type, IP protocol and UDP port
+    put(32, index);
+    return bytes;
+}
 
-// What the test wrapper answers; it also marks its first argument so that the reply can be checked to
-// carry the processed message.
+using StartupTest = DaemonTest;
+
+TEST_F(StartupTest, RegistersEveryHookInOrderAndThenWaitsForMessages) {
+    EXPECT_EQ(sw.runMain(dhcp6snoopingMain, {"/sbin/dhcp6snooping"}), std::nullopt);
+
+    EXPECT_THAT(
+        sw.lifecycleCalls(),
+        ElementsAre("smdProcessInit(/sbin/dhcp6snooping)", "vosMsgInit(/sbin/dhcp6snooping, 255)",
+                    "ccdInit(100, 2)", "ccdModuleRegister(vrkL2Dhcp6Snooping, 0 objects)",
+                    "vosMsgRegisterBldrun()", "smdRMWrapInit(6250, 6282)", "vosTimerRegister(1, 1000, 0)",
+                    "smdVDLinktrapRegPort(0, 0)", "smdVDPktRegister(1, udp 547 index 0, mode 3)",
+                    "smdVDPktRegister(1, udp 546 index 1, mode 3)"));
+    ASSERT_EQ(sw.packetRegistrations().size(), 2U);
+    EXPECT_EQ(sw.packetRegistrations()[0].descriptor, dhcp6Descriptor(547, 0));
+    EXPECT_EQ(sw.packetRegistrations()[1].descriptor, dhcp6Descriptor(546, 1));
+    EXPECT_TRUE(sw.packetRegistrations()[1].withCallback);
+    EXPECT_THAT(sw.consoleLines(), IsEmpty());
+}
+
+TEST_F(StartupTest, QueueFailureEndsStartupWithMinus1001BeforeAnyHookIsRegistered) {
+    sw.failMsgInit(-5);
+    EXPECT_EQ(sw.runMain(dhcp6snoopingMain, {"/sbin/dhcp6snooping"}), -1001);
+    EXPECT_THAT(sw.consoleLines(), ElementsAre("\r\nmain:vosMsgInit failed"));
+    EXPECT_THAT(sw.lifecycleCalls(),
+                ElementsAre("smdProcessInit(/sbin/dhcp6snooping)", "vosMsgInit(/sbin/dhcp6snooping, 255)"));
+}
+
+constexpr uint32_t kTestCall = 7000;
+
+// What the test's wrapper answers; it marks its first argument so that the reply shows the processed message.
 int32_t wrapperResult = 0;
 
 int32_t testWrapper(void * /*context*/, RemoteCallArg *args, uint32_t ulArgsNum) {
@@ -38,7 +78,7 @@ class MainLoopTest : public DaemonTest {
         ASSERT_EQ(smdRmWrapRegister(kTestCall, 0, testWrapper), 0);
     }
 
-    // A type-2 message of just a header whose data length is `dataLength`.
+    // A message of just a header whose data length is `dataLength`.
     static switchsim::Bytes headerOnly(uint16_t type, uint16_t dataLength) {
         switchsim::Bytes message(switchsim::kRemoteCallHeaderSize, 0);
         std::memcpy(message.data(), &type, sizeof type);
@@ -47,94 +87,91 @@ class MainLoopTest : public DaemonTest {
     }
 };
 
-TEST_F(MainLoopTest, MessageOfAnotherTypeIsLoggedWithItsTypeAndGetsNoReply) {
-    sw.queueMessage(headerOnly(5, 0));
-    serve();
+class ResultTest : public MainLoopTest, public ::testing::WithParamInterface<int32_t> {};
 
-    EXPECT_THAT(sw.consoleLines(), ElementsAre("\r\nmain:vosMsgRecv receive unkown msg 5"));
-    EXPECT_EQ(sw.remoteCallsServed(), 0U);
-    EXPECT_THAT(sw.replies(), IsEmpty());
-}
-
-TEST_F(MainLoopTest, NoReplyIsSentWhenTheServiceAnswersMinus1017) {
-    wrapperResult = -1017;
-    sw.queueRemoteCall(kTestCall, {switchsim::Bytes(4)});
-    serve();
-
-    EXPECT_EQ(sw.remoteCallsServed(), 1U);
-    EXPECT_THAT(sw.replies(), IsEmpty());
-}
-
-class ReplyTest : public MainLoopTest, public ::testing::WithParamInterface<int32_t> {};
-
-TEST_P(ReplyTest, AnyOtherResultIsRepliedWithTheProcessedMessage) {
+TEST_P(ResultTest, ServiceResultOtherThanMinus1017IsRepliedWithTheProcessedMessage) {
     wrapperResult = GetParam();
     sw.queueRemoteCall(kTestCall, {switchsim::Bytes(4), switchsim::Bytes{1, 2, 3}});
     serve();
 
+    if (GetParam() == -1017) {
+        EXPECT_EQ(sw.remoteCallsServed(), 1U);
+        EXPECT_THAT(sw.replies(), IsEmpty());
+        return;
+    }
     ASSERT_EQ(sw.replies().size(), 1U);
-    const switchsim::Reply &reply = sw.replies()[0];
-    EXPECT_EQ(reply.result, GetParam());
-    EXPECT_EQ(reply.length, switchsim::kRemoteCallHeaderSize + 4 + 4 + 4 + 3);
-    const auto decoded = switchsim::decodeRemoteCall(reply.message);
+    EXPECT_EQ(sw.replies()[0].result, GetParam());
+    EXPECT_EQ(sw.replies()[0].length, switchsim::kRemoteCallHeaderSize + 4 + 4 + 4 + 3);
+    const auto decoded = switchsim::decodeRemoteCall(sw.replies()[0].message);
     ASSERT_TRUE(decoded.has_value());
     EXPECT_EQ(decoded->result, GetParam());
     EXPECT_THAT(decoded->arguments,
                 ElementsAre(switchsim::Bytes{'d', 'o', 'n', 'e'}, switchsim::Bytes{1, 2, 3}));
 }
 
-INSTANTIATE_TEST_SUITE_P(Results, ReplyTest, ::testing::Values(0, 1, 6, -1, -1001, -1016, -1018), resultName);
+INSTANTIATE_TEST_SUITE_P(Results, ResultTest, ::testing::Values(0, 1, 6, -1, -1001, -1016, -1017, -1018),
+                         [](const auto &param) {
+                             return (param.param < 0 ? "Minus" : "") + std::to_string(std::abs(param.param));
+                         });
 
-TEST_F(MainLoopTest, ReplyLengthIsTheDataLengthTheServiceLeftPlusTheHeader) {
-    // The service answers a call it has no wrapper for without any data.
-    sw.queueRemoteCall(kUnservedCall, {switchsim::Bytes(8)});
+TEST_F(MainLoopTest, ReceiveFailureOrMessageOfAnotherTypeIsPrintedGetsNoReplyAndTheNextMessageIsServed) {
+    sw.queueReceiveFailure(0);
+    sw.queueReceiveFailure(-3);
+    sw.queueMessage(headerOnly(5, 0));
+    sw.queueRemoteCall(kTestCall, {});
     serve();
+    EXPECT_THAT(sw.consoleLines(),
+                ElementsAre("\r\nmain:vosMsgRecv failed iRet = 0", "\r\nmain:vosMsgRecv failed iRet = -3",
+                            "\r\nmain:vosMsgRecv receive unkown msg 5"));
+    EXPECT_EQ(sw.remoteCallsServed(), 1U);
+    EXPECT_EQ(sw.replies().size(), 1U);
+}
 
-    ASSERT_EQ(sw.replies().size(), 1U);
+TEST_F(MainLoopTest, ReplyLengthIsTheHeaderPlusTheDataLeftAndNeverPastTheReceiveBuffer) {
+    sw.queueRemoteCall(kTestCall + 1, {switchsim::Bytes(8)});  // no wrapper: answered without data
+    sw.queueMessage(headerOnly(2, 0xFFFF));                    // claims more than was received: refused as is
+    serve();
+    ASSERT_EQ(sw.replies().size(), 2U);
     EXPECT_EQ(sw.replies()[0].result, -1);
     EXPECT_EQ(sw.replies()[0].length, switchsim::kRemoteCallHeaderSize);
+    EXPECT_EQ(sw.replies()[1].length, 7712U);
 }
 
-TEST_F(MainLoopTest, ReplyNeverReachesPastTheReceiveBuffer) {
-    // A header claiming more data than was received: the service refuses it and leaves it as it came.
-    sw.queueMessage(headerOnly(2, 0xFFFF));
-    serve();
+class DebugTraceTest : public DaemonTest {
+  protected:
+    void SetUp() override { startDaemon(); }
+};
 
-    ASSERT_EQ(sw.replies().size(), 1U);
-    EXPECT_EQ(sw.replies()[0].length, 7712U);
+TEST_F(DebugTraceTest, SendsEachFormattedLineWholeAsBothTextsAtModule54Level7WhileDebuggingIsOn) {
+    dhcp6snooping_debug_printf("%s", std::string(300, 'x').c_str());  // off: not even formatted, no abort
+    traceOn();
+    dhcp6snooping_debug_printf("\r\n record user: mac %s, vlan %d, port %s", "00:00:5e:00:53:01", 10,
+                               "ethernet1/0/3");
+    dhcp6snooping_debug_printf("%s", "short");
+    dhcp6snooping_debug_printf(nullptr);
+    dhcp6snooping_debug_printf("%s", std::string(255, 'x').c_str());
+
+    EXPECT_THAT(traces(), ElementsAre("\r\n record user: mac 00:00:5e:00:53:01, vlan 10, port ethernet1/0/3",
+                                      "short", std::string(255, 'x')));
+    const auto &line = sw.syslogLines()[0];
+    EXPECT_EQ(line.name, "dhcp6snooping");
+    EXPECT_EQ(line.detail, line.text);
 }
 
-class ReceiveFailureTest : public MainLoopTest, public ::testing::WithParamInterface<int32_t> {};
+class DebugTraceDeathTest : public DebugTraceTest, public ::testing::WithParamInterface<size_t> {};
 
-TEST_P(ReceiveFailureTest, IsPrintedAndTheNextMessageIsServed) {
-    wrapperResult = 0;
-    sw.queueReceiveFailure(GetParam());
-    sw.queueRemoteCall(kTestCall, {});
-    serve();
-
-    EXPECT_THAT(sw.consoleLines(),
-                ElementsAre("\r\nmain:vosMsgRecv failed iRet = " + std::to_string(GetParam())));
-    EXPECT_EQ(sw.replies().size(), 1U);
+TEST_P(DebugTraceDeathTest, EmptyLineOrOneOf256CharactersAborts) {
+    traceOn();
+    const std::string text(GetParam(), 'x');
+    EXPECT_DEATH(
+        {
+            sw.echoConsole(true);
+            dhcp6snooping_debug_printf("%s", text.c_str());
+        },
+        R"(dhcp6snooping\([0-9]+\):Assertion failed!ulDebugStrLen < sizeof\(debugStr\) && ulDebugStrLen > 0, )"
+        R"(Dhcp6Snooping\.c, dhcp6snooping_debug_printf, line=1643\.)");
 }
 
-INSTANTIATE_TEST_SUITE_P(Results, ReceiveFailureTest, ::testing::Values(0, -1, -3), resultName);
-
-TEST_F(MainLoopTest, CallbackEventsRunInsideTheWaitForTheNextMessage) {
-    wrapperResult = 0;
-    sw.queueTimerTicks(2);
-    sw.queueLinkChange(3, 0);
-    sw.queueRunningConfigRequest(100);
-    sw.queueRemoteCall(kTestCall, {});
-    sw.queueTimerTicks(1);
-    serve();
-
-    EXPECT_EQ(sw.upSeconds(), 3U);
-    EXPECT_EQ(sw.replies().size(), 1U);
-    ASSERT_EQ(sw.runningConfigAnswers().size(), 1U);
-    EXPECT_EQ(sw.runningConfigAnswers()[0].result, 0U);
-    EXPECT_EQ(sw.runningConfigAnswers()[0].text, "");
-    EXPECT_EQ(sw.runningConfigAnswers()[0].remaining, 100U);
-    EXPECT_TRUE(sw.idle());
-}
+INSTANTIATE_TEST_SUITE_P(Lengths, DebugTraceDeathTest, ::testing::Values(0U, 256U));
 
 }  // namespace

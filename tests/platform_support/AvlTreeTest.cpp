@@ -1,3 +1,5 @@
+// The ordered tree that holds the client table, against a model.
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -8,7 +10,6 @@
 #include <numeric>
 #include <random>
 #include <set>
-#include <string>
 #include <vector>
 
 #include "platform/ContainerApi.h"
@@ -77,12 +78,18 @@ TEST_P(AvlTreeModelTest, StaysOrderedAndBalancedThroughInsertsAndDeletes) {
         model.insert(pool[i].key);
         ASSERT_TRUE(matches(root, model));
     }
-    // Churn: delete a present record, delete an absent key (macOf above 2047), or re-insert a deleted one.
+    // Churn: delete a present record, delete an absent key (macOf above 2047) and ask for its successor, as
+    // the aging walk does after deleting the record it stood on, or insert a deleted record again.
     std::uniform_int_distribution<uint32_t> pick(0, 2 * pool.size() - 1);
     for (int round = 0; round < 2048; ++round) {
         const uint32_t n = pick(rng);
         if (n >= pool.size()) {
-            EXPECT_EQ(avlDelete(&root, macOf(n).data(), compareItem), nullptr);
+            const Mac absent = macOf(n);
+            EXPECT_EQ(avlDelete(&root, absent.data(), compareItem), nullptr);
+            const auto next = model.upper_bound(absent);
+            const void *successor = avlSuccessorGet(root, absent.data(), compareItem);
+            ASSERT_EQ(successor == nullptr ? Mac{} : static_cast<const Item *>(successor)->key,
+                      next == model.end() ? Mac{} : *next);
         } else if (model.erase(pool[n].key) == 1) {
             ASSERT_EQ(avlDelete(&root, pool[n].key.data(), compareItem), &pool[n]);
         } else {
@@ -91,57 +98,13 @@ TEST_P(AvlTreeModelTest, StaysOrderedAndBalancedThroughInsertsAndDeletes) {
         }
         ASSERT_TRUE(matches(root, model));
     }
+    // A key already in the tree is refused, and the tree stays as it was.
+    Item twin{.node = {}, .key = *model.begin()};
+    EXPECT_NE(avlInsert(&root, &twin.node, twin.key.data(), compareItem), 0);
+    EXPECT_TRUE(matches(root, model));
 }
 
 INSTANTIATE_TEST_SUITE_P(Orders, AvlTreeModelTest,
-                         ::testing::Values(Order::Ascending, Order::Descending, Order::Shuffled),
-                         [](const ::testing::TestParamInfo<Order> &param) {
-                             return std::string(std::array{"Ascending", "Descending", "Shuffled"}.at(
-                                 static_cast<size_t>(param.param)));
-                         });
-
-class AvlTreeTest : public ::testing::Test {
-  protected:
-    void SetUp() override {
-        for (Item *item : {&low_, &middle_, &high_}) {
-            ASSERT_EQ(avlInsert(&root_, &item->node, item->key.data(), compareItem), 0);
-            model_.insert(item->key);
-        }
-    }
-
-    Item low_{.node = {}, .key = macOf(10)};
-    Item middle_{.node = {}, .key = macOf(20)};
-    Item high_{.node = {}, .key = macOf(30)};
-    AvlNode *root_ = nullptr;
-    std::set<Mac> model_;
-};
-
-TEST_F(AvlTreeTest, RefusesAnEqualKeyAndNullArgumentsLeavingTheTreeAsItWas) {
-    Item twin{.node = {}, .key = middle_.key};
-    EXPECT_NE(avlInsert(&root_, &twin.node, twin.key.data(), compareItem), 0);
-    EXPECT_NE(avlInsert(nullptr, &twin.node, twin.key.data(), compareItem), 0);
-    EXPECT_NE(avlInsert(&root_, nullptr, twin.key.data(), compareItem), 0);
-    EXPECT_EQ(avlDelete(&root_, macOf(15).data(), compareItem), nullptr);
-    EXPECT_EQ(avlDelete(nullptr, middle_.key.data(), compareItem), nullptr);
-    EXPECT_EQ(avlMinimumGet(nullptr), nullptr);
-    EXPECT_EQ(avlSuccessorGet(nullptr, middle_.key.data(), compareItem), nullptr);
-    EXPECT_TRUE(matches(root_, model_));
-}
-
-// The daemon's aging walk deletes the record it stands on, then asks for the one after the deleted key.
-TEST_F(AvlTreeTest, SuccessorOfAnAbsentKeyIsTheNextLargerSoAWalkMayDeleteAsItGoes) {
-    EXPECT_EQ(avlSuccessorGet(root_, macOf(5).data(), compareItem), &low_);
-    EXPECT_EQ(avlSuccessorGet(root_, macOf(15).data(), compareItem), &middle_);
-    EXPECT_EQ(avlSuccessorGet(root_, macOf(35).data(), compareItem), nullptr);
-    std::vector<void *> visited;
-    for (void *record = avlMinimumGet(root_); record != nullptr;) {
-        visited.push_back(record);
-        const Mac key = static_cast<Item *>(record)->key;
-        EXPECT_EQ(avlDelete(&root_, key.data(), compareItem), record);
-        record = avlSuccessorGet(root_, key.data(), compareItem);
-    }
-    EXPECT_EQ(visited, (std::vector<void *>{&low_, &middle_, &high_}));
-    EXPECT_EQ(root_, nullptr);
-}
+                         ::testing::Values(Order::Ascending, Order::Descending, Order::Shuffled));
 
 }  // namespace

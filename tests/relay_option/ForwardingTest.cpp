@@ -2,6 +2,8 @@
 
 #include <gmock/gmock.h>
 
+#include <cstring>
+
 #include "support/SnoopingTest.h"
 
 namespace {
@@ -30,7 +32,7 @@ TEST_F(ForwardingTest, ClientMessageGoesToATrustedServerPortAloneIsFloodedOtherw
     sw.learnMac(kServer, kVlan, 2);
     clientSendsToServer(3);
     sw.learnMac(kServer, kVlan, 3);
-    portTrustMode[2] = 1;
+    ASSERT_EQ(dhcp6snooping_port_mode(3, 1), 0);
     clientSendsToServer(3);
     // Toward the servers the lookup is told the ingress port.
     EXPECT_EQ(sw.macLookups().front().port, 2U);
@@ -40,11 +42,13 @@ TEST_F(ForwardingTest, ClientMessageGoesToATrustedServerPortAloneIsFloodedOtherw
 
 TEST_F(ForwardingTest, AnswerGoesWhereTheClientWasLearnedWhateverTheTrustButNeverBackWhereItCameFrom) {
     sw.learnMac(kClient, kVlan, 5);
-    serverSends(ADVERTISE, kClient, kServerPort);
+    serverSends(REPLY, kClient, kServerPort,
+                iaNa(1, 0, 0, iaAddress(switchsim::ipv6("2001:db8::1"), 100, 200)));
     sw.learnMac(kClient, kVlan, kServerPort);
     serverSends(ADVERTISE, kClient, kServerPort);
     EXPECT_THAT(takeSent(), ElementsAre(Ports{5}));
     EXPECT_EQ(sw.macLookups().front().port, 0U);
+    EXPECT_EQ(clientFirst(), nullptr);  // a REPLY for a client never recorded teaches nothing
 }
 
 TEST_F(ForwardingTest, LinkAggregationTakesTheAnswerAndIsFloodedOnceForClientMessages) {

