@@ -2,8 +2,10 @@
 # Installs the Debian packages that building and testing need, when any of them is missing.
 set -euo pipefail
 
+# libpcap-dev lets switchsim write the frames it saw to pcap files; tshark decodes them in the tests, a
+# decoder nobody here wrote.
 packages=(cmake ninja-build g++ libgtest-dev libgmock-dev libbenchmark-dev clang-format clang-tidy clang
-  libclang-rt-14-dev)
+  libclang-rt-14-dev pkg-config libpcap-dev tshark)
 missing=()
 for package in "${packages[@]}"; do
   if ! dpkg-query -W -f='${Status}' "$package" 2>/dev/null | grep -q "install ok installed"; then
@@ -18,5 +20,7 @@ if ((${#missing[@]} > 0)); then
   fi
   echo "installing: ${missing[*]}"
   "${as_root[@]}" apt-get update -qq
-  DEBIAN_FRONTEND=noninteractive "${as_root[@]}" apt-get install -y -qq "${missing[@]}"
+  # sudo drops the caller's environment, so the frontend is set on the far side of it. Non-interactive, the
+  # question tshark's installer asks (may non-root users capture packets?) takes its default answer, no.
+  "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq "${missing[@]}"
 fi

@@ -1,12 +1,17 @@
 // The send calls of the simulated packet service: each frame the daemon sends out of a port, an aggregation
-// group or a port list is recorded with where it went, or only counted when the test keeps no frames.
+// group or a port list is recorded with where it went and held to the wire format (SendCheck), or only
+// counted when the test keeps no frames.
 
+#include <cstdio>
+#include <cstdlib>
+#include <span>
 #include <stdexcept>
 #include <string>
 
 #include "PortListBits.h"
 #include "SimState.h"
 #include "platform/SmdPacketApi.h"
+#include "switchsim/FrameCheck.h"
 
 namespace switchsim {
 namespace {
@@ -25,8 +30,29 @@ struct Destination {
     }
 };
 
+// Aborts when the daemon sends a broken frame where it had no broken frame to pass on (SendCheck).
+void checkSent(const SimState &sim, const char *call, std::span<const uint8_t> frame) {
+    if (sim.sendCheck != SendCheck::always && sim.sendCheck != SendCheck::handlingSoundFrame) {
+        return;
+    }
+    const auto fault = frameFault(frame);
+    if (!fault) {
+        return;
+    }
+    std::fprintf(stderr, "switchsim: the daemon sent a broken frame: %s\n", fault->c_str());
+    std::fprintf(
+        stderr, "switchsim: %s, %s; the %zu bytes sent:", call,
+        sim.sendCheck == SendCheck::always ? "while handling no frame" : "while handling a sound frame",
+        frame.size());
+    for (const uint8_t byte : frame) {
+        std::fprintf(stderr, " %02x", byte);
+    }
+    std::fputs("\n", stderr);
+    std::abort();
+}
+
 // Serves one send: a planned failure, a refused argument, or the frame counted and, when frames are kept,
-// recorded. Only a kept frame costs an allocation.
+// checked and recorded. Only a kept frame costs an allocation or a check.
 int32_t send(const char *call, const uint8_t *frame, uint32_t length, const PktRecvInfo *info,
              uint16_t vlanId, const Destination &destination, uint32_t flags) {
     auto &sim = activeSim();
@@ -38,6 +64,7 @@ int32_t send(const char *call, const uint8_t *frame, uint32_t length, const PktR
     }
     ++sim.sentFrameCount;
     if (sim.keepSentFrames) {
+        checkSent(sim, call, {frame, length});
         sim.sentFrames.push_back({vlanId, destination.ports(), destination.toPortList,
                                   Bytes(frame, frame + length), *info, flags});
     }

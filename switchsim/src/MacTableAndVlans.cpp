@@ -20,6 +20,8 @@ constexpr int32_t kFailed = -1;
 constexpr uint32_t kHighestVlan = 4094;
 constexpr uint32_t kHighestAggregation = 0x7FFFFFFF;
 
+}  // namespace
+
 void requirePort(const SimState &sim, uint32_t port) {
     if (port == 0 || port > sim.config.portCount) {
         throw std::invalid_argument("switchsim: no port " + std::to_string(port) + " on this switch");
@@ -31,8 +33,6 @@ void requireVlan(uint32_t vlanId) {
         throw std::invalid_argument("switchsim: a VLAN id is 1 to 4094, not " + std::to_string(vlanId));
     }
 }
-
-}  // namespace
 
 void Switch::addVlan(uint32_t vlanId, std::vector<uint32_t> memberPorts) {
     requireVlan(vlanId);

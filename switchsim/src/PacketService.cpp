@@ -9,6 +9,7 @@
 #include "FrameLayout.h"
 #include "SimState.h"
 #include "platform/SmdPacketApi.h"
+#include "switchsim/FrameCheck.h"
 
 namespace switchsim {
 namespace {
@@ -61,14 +62,22 @@ void deliverFrame(SimState &sim, const FrameEvent &event) {
         return;
     }
     // The packet engine hands frames over 2 bytes past a 4-byte boundary, so that the IP header behind a
-    // 14-byte Ethernet header is aligned.
-    const size_t words = (event.frame.size() + 2 + 3) / 4;
-    const auto storage = std::make_unique<uint32_t[]>(words);
-    uint8_t *frame = reinterpret_cast<uint8_t *>(storage.get()) + 2;
+    // 14-byte Ethernet header is aligned. Storage from new[] is aligned for every fundamental type, so 2
+    // bytes into it is such a place; the buffer ends where the frame ends, so that a read past the frame
+    // is an overflow that AddressSanitizer reports.
+    const auto storage = std::make_unique<uint8_t[]>(event.frame.size() + 2);
+    uint8_t *frame = storage.get() + 2;
     std::memcpy(frame, event.frame.data(), event.frame.size());
     PktRecvTag tag{};
     tag.vlanId = event.vlan;
     tag.portIndex = event.port;
+    // The frame is judged before the daemon sees it, since the daemon may change it in place. Without kept
+    // frames (a benchmark) nothing is checked, so nothing is judged either.
+    SendCheck check = SendCheck::off;
+    if (sim.keepSentFrames) {
+        check = frameFault(event.frame) ? SendCheck::handlingBrokenFrame : SendCheck::handlingSoundFrame;
+    }
+    const SendCheckScope scope(sim.sendCheck, check);
     registration->callback(frame, static_cast<uint32_t>(event.frame.size()), tag,
                            recvInfoFor(*layout, event.kind));
 }

@@ -31,8 +31,10 @@ void answerRunningConfig(SimState &sim, uint32_t capacity) {
     sim.runningConfigAnswers.push_back({result, std::string(text.data()), remaining});
 }
 
-// Runs one event that does not end the wait.
+// Runs one event that does not end the wait. The daemon is in the switch's hands while it runs, so what it
+// sends is checked (a frame delivered narrows that to sound frames).
 void runCallbackEvent(SimState &sim, const Event &event) {
+    const SendCheckScope scope(sim.sendCheck, SendCheck::always);
     std::visit(
         [&sim](const auto &e) {
             using E = std::decay_t<decltype(e)>;

@@ -75,6 +75,44 @@ struct MacEntry {
     uint32_t portOrAggregation = 0;
 };
 
+// The user's numbering of a port, as smdVDPortSnmpToUser answers it.
+struct UserPortNumber {
+    uint32_t slot = 0;
+    uint32_t subslot = 0;
+    uint32_t port = 0;
+};
+
+// Whether a frame the daemon sends now must be sound (switchsim/FrameCheck.h). The daemon passes on
+// whatever it was given, so a frame it sends can only be held to the wire format when the frame it is
+// handling was sound.
+enum class SendCheck : uint8_t {
+    // The daemon was called by someone other than switchsim (a test or a fuzzer calling its receive
+    // callback directly), or sent frames are not kept: what it is handling is unknown, nothing is checked.
+    off,
+    // switchsim is running the daemon and delivering no frame: whatever it sends is its own and is checked.
+    always,
+    // Inside the delivery of a sound frame: what the daemon sends must be sound too.
+    handlingSoundFrame,
+    // Inside the delivery of a broken frame, which the daemon may pass on as it is.
+    handlingBrokenFrame,
+};
+
+// Sets the send check for as long as it lives and then puts the earlier one back, whichever way the scope
+// is left (a drained queue leaves by an exception).
+class SendCheckScope {
+  public:
+    SendCheckScope(SendCheck &check, SendCheck during) : check_(check), before_(check) { check_ = during; }
+    ~SendCheckScope() { check_ = before_; }
+    SendCheckScope(const SendCheckScope &) = delete;
+    SendCheckScope &operator=(const SendCheckScope &) = delete;
+    SendCheckScope(SendCheckScope &&) = delete;
+    SendCheckScope &operator=(SendCheckScope &&) = delete;
+
+  private:
+    SendCheck &check_;
+    SendCheck before_;
+};
+
 struct SimState {
     SwitchConfig config;
     std::map<uint32_t, uint32_t> moduleLevels;
@@ -106,8 +144,18 @@ struct SimState {
     std::map<uint32_t, std::string> portNames;
     std::vector<MacLookup> macLookups;
 
+    // Facts about the switch itself, for the relay information options. What is not set here takes its
+    // default: VLAN v is served by switch interface v, an interface has no IPv4 address (0), port p is
+    // numbered slot 1, subslot 0, port p, and a port is Gigabit Ethernet (type code 2).
+    std::map<uint32_t, uint32_t> switchInterfaceOfVlan;
+    MacAddress systemMac = {0x00, 0x00, 0x5e, 0x00, 0x53, 0x00};
+    std::map<uint32_t, uint32_t> interfaceIpv4;
+    std::map<uint32_t, UserPortNumber> userPortNumbers;
+    std::map<uint32_t, uint32_t> portTypes;
+
     // Frames the daemon sent.
     bool keepSentFrames = true;
+    SendCheck sendCheck = SendCheck::off;
     std::vector<SentFrame> sentFrames;
     uint64_t sentFrameCount = 0;
 
@@ -132,6 +180,10 @@ struct SimState {
 
 // The state of the Switch that exists now; a platform call made without one is a broken test and aborts.
 SimState &activeSim();
+
+// Throw std::invalid_argument for a port this switch does not have, or a VLAN id outside 1 to 4094.
+void requirePort(const SimState &sim, uint32_t port);
+void requireVlan(uint32_t vlanId);
 
 // Hands a frame to the packet registration that matches it, or switches it in hardware.
 void deliverFrame(SimState &sim, const FrameEvent &event);

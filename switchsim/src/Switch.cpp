@@ -164,6 +164,7 @@ std::optional<int> Switch::runMain(int (*main)(int, char **), const std::vector<
         argv.push_back(argument.data());
     }
     argv.push_back(nullptr);
+    const SendCheckScope scope(state_->sendCheck, SendCheck::always);
     try {
         return main(static_cast<int>(storage.size()), argv.data());
     } catch (const QueueDrained &) {
@@ -172,6 +173,7 @@ std::optional<int> Switch::runMain(int (*main)(int, char **), const std::vector<
 }
 
 void Switch::runUntilIdle(void (*serveNextMessage)()) {
+    const SendCheckScope scope(state_->sendCheck, SendCheck::always);
     try {
         while (!idle()) {
             serveNextMessage();

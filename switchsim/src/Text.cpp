@@ -10,6 +10,7 @@ namespace switchsim {
 std::string formatText(const char *format, va_list args) {
     va_list measuring;
     va_copy(measuring, args);
+    // NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized): va_copy has initialised it just above
     const int length = std::vsnprintf(nullptr, 0, format, measuring);
     va_end(measuring);
     if (length <= 0) {

@@ -51,6 +51,23 @@ class Switch {
     // The name transPort2EtherPort writes for the port; by default port p is "ethernet1/0/p".
     void setPortName(uint32_t port, std::string name);
 
+    // Facts about the switch itself, which the daemon reads to fill the relay information options. Each
+    // setter replaces the earlier value.
+    // The switch interface serving the VLAN (getSWByVLAN); by default VLAN v is served by interface v.
+    void setSwitchInterface(uint32_t vlanId, uint32_t interfaceId);
+    // The system MAC address (getSysMacAdress); by default 00:00:5e:00:53:00.
+    void setSystemMac(const MacAddress &mac);
+    // The primary IPv4 address of a switch interface (l3ifSwPrimIpGet), first octet most significant, or
+    // as text ("192.0.2.1"; anything else throws std::invalid_argument). By default an interface has none,
+    // which the call answers as 0.
+    void setInterfaceIpv4(uint32_t interfaceId, uint32_t ipv4);
+    void setInterfaceIpv4(uint32_t interfaceId, std::string_view ipv4);
+    // How the user numbers a port (smdVDPortSnmpToUser); by default port p is slot 1, subslot 0, port p.
+    void setUserPortNumbering(uint32_t port, uint32_t slot, uint32_t subslot, uint32_t userPort);
+    // A port's medium and speed code (smdVDPortTypeGet): 0, 1 and 5 Fast Ethernet; 2, 3 and 6 Gigabit;
+    // 8 2.5G; 9 5G; 4 10G; 10 25G; 11 40G; 12 100G; any other is unknown. By default 2, Gigabit.
+    void setPortType(uint32_t port, uint32_t typeCode);
+
     // Fault injection. The next `times` calls answer `result` and change nothing.
     void failMsgInit(int32_t result);
     // `call` is "smdVDPktRegister" or "smdVDPktRegRunning".
@@ -107,6 +124,13 @@ class Switch {
     // Frames the daemon sent, in the order sent, while keeping them is on (the default). Off, only the
     // count grows and MAC lookups are not recorded either, so that a benchmark sends without the switch
     // allocating.
+    // While frames are kept, each one the daemon sends is read with frameFault (switchsim/FrameCheck.h)
+    // when the switch is running the daemon (runMain, runUntilIdle, a queued event): if the daemon was
+    // handling a frame the switch delivered and that frame was sound, or was handling no frame at all, a
+    // broken frame sent is a broken contract of the daemon, and the process prints what is wrong on
+    // standard error and aborts, as a sanitizer does. A broken frame delivered may be passed on as it is.
+    // A test or a fuzzer that calls the receive callback itself leaves the switch unaware of the frame
+    // being handled, and such sends are not checked.
     void keepSentFrames(bool keep);
     [[nodiscard]] const std::vector<SentFrame> &sentFrames() const;
     // Frames sent since the switch was built or the sent frames were last cleared, kept or not.
