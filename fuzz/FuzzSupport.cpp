@@ -10,6 +10,7 @@
 #include "core/SharedTypes.h"
 #include "core/Startup.h"
 #include "mgmt/PortVlanSettings.h"
+#include "relay_option/InfoOptionConfig.h"
 #include "snooping/SnoopingOnOff.h"
 #include "source_guard/ExemptVlans.h"
 #include "source_guard/PortMode.h"
@@ -96,6 +97,13 @@ void resetAll(bool filtersMustBeGone) {
     }
     VlanBitmap failed{};
     ip6_source_guard_vlanlist_config(kExemptVlansRemove, &everyVlan, &failed);
+    InfoOptionConfig defaults{};
+    defaults.interfaceIdFormat = defaults.remoteIdFormat = FORMAT_DEFAULT;
+    for (const uint32_t selector : {SELECT_REMOTE_ID_ENABLE, SELECT_INTERFACE_ID_ENABLE,
+                                    SELECT_REMOTE_ID_FORMAT, SELECT_INTERFACE_ID_FORMAT}) {
+        dhcp6snoopingGlobalDhcp6InfoCfg(selector, &defaults);
+    }
+    infoOptionConfig.strategy = STRATEGY_REPLACE;
     if (filtersMustBeGone) {
         for (const std::string &filter : sw.installedFilters()) {
             std::fprintf(stderr, "left behind: %s\n", filter.c_str());

@@ -2,10 +2,12 @@
 // areas and "receive" runs of frames with their switch state, both made by the frame builder; "management"
 // gets remote calls and raw messages, "source_guard" steps of the source-guard sequence.
 
+#include <algorithm>
 #include <cstdio>
 #include <fstream>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "switchsim/Dhcp6FrameBuilder.h"
@@ -116,19 +118,46 @@ std::vector<Bytes> sourceGuardRuns() {
     };
 }
 
+Bytes text(std::string_view value) {
+    return {value.begin(), value.end()};
+}
+
+// A space byte and a template text.
+std::vector<Bytes> templateTexts() {
+    return {join({Bytes{64}, text("%cvlan-%port")}),
+            join({Bytes{255}, text("%sysip %switchmac %clientduid")}), join({Bytes{5}, text("vlan%cvlan")}),
+            join({Bytes{200}, text("%portname/%iftype/%slot.%subslot")})};
+}
+
+// Settings, then messages of a type and a port with options (code, length byte, data), ended by 0xFFFF.
+std::vector<Bytes> insertionRuns() {
+    const Bytes settings = join({Bytes{3, 1, 1, 4, 3}, text("abc"), Bytes{5, 12}, text("%cvlan-%port")});
+    const Bytes clientIdOption = {0, 1, 10, 0, 3, 0, 1, 2, 0, 0, 0, 0, 1};
+    const Bytes oldInterfaceId = {0, 18, 4, 'e', 't', 'h', '1'};
+    const Bytes end = {0xFF, 0xFF};
+    return {
+        join({settings, Bytes{SOLICIT, 2}, clientIdOption, end, Bytes{REQUEST, 3}, oldInterfaceId,
+              clientIdOption, end}),
+        join({Bytes{1, 1, 0, 3, 0, 1, 0}, Bytes{RENEW, 4}, oldInterfaceId, end}),
+    };
+}
+
 }  // namespace
 
 int main(int argc, char **argv) {
     const std::string_view target = argc == 3 ? argv[1] : "";
-    if (target != "options" && target != "receive" && target != "management" && target != "source_guard") {
-        std::fprintf(stderr, "usage: %s options|receive|management|source_guard <corpus folder>\n", argv[0]);
+    const std::vector<std::pair<std::string_view, std::vector<Bytes> (*)()>> targets = {
+        {"options", optionAreas},          {"receive", receiveRuns},    {"management", managementRuns},
+        {"source_guard", sourceGuardRuns}, {"template", templateTexts}, {"insertion", insertionRuns},
+    };
+    const auto found =
+        std::find_if(targets.begin(), targets.end(), [&](const auto &t) { return t.first == target; });
+    if (found == targets.end()) {
+        std::fprintf(stderr, "usage: %s <target> <corpus folder>\n", argv[0]);
         return 2;
     }
     int number = 0;
-    const std::vector<Bytes> seeds = target == "options"      ? optionAreas()
-                                     : target == "receive"    ? receiveRuns()
-                                     : target == "management" ? managementRuns()
-                                                              : sourceGuardRuns();
+    const std::vector<Bytes> seeds = found->second();
     for (const Bytes &seed : seeds) {
         std::ofstream out(std::string(argv[2]) + "/seed-" + std::to_string(number++), std::ios::binary);
         out.write(reinterpret_cast<const char *>(seed.data()), static_cast<std::streamsize>(seed.size()));

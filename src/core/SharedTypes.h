@@ -41,6 +41,10 @@ inline bool macIsZero(const uint8_t *mac) {
     return true;
 }
 
+// The private enterprise number of the project: the enterprise of every option 37 the daemon adds and the
+// root of its MIB module.
+inline constexpr uint32_t kPrivateEnterpriseNumber = 32473;
+
 // The daemon's module number at the system log service.
 inline constexpr uint32_t kDhcp6SnoopingModuleId = 54;
 

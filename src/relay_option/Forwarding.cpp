@@ -6,6 +6,7 @@
 #include "core/DebugTrace.h"
 #include "core/GlobalState.h"
 #include "platform/PlatformVariables.h"
+#include "relay_option/OptionInsertion.h"
 
 namespace {
 
@@ -72,7 +73,13 @@ int32_t flood(const SnoopPacket &packet, uint16_t vlanId, uint32_t ingress) {
 extern "C" {
 
 int32_t dhcp6snoopingSendToServers(SnoopPacket *packet, uint16_t vlanId, uint32_t ingress,
-                                   uint32_t /*payloadOffset*/) {
+                                   uint32_t payloadOffset) {
+    if (dhcp6snoopingInfoOptionsEnabled()) {
+        packet = dhcp6snoopingInfoOptionInsert(packet, payloadOffset, vlanId, ingress);
+        if (packet == nullptr) {
+            return 0;
+        }
+    }
     const uint32_t egress = egressOf(*packet, vlanId, ingress, Direction::ToServers);
     // Only a server behind a trusted port gets the frame alone; anything else might be a rogue listener.
     if (egress != kNoEgress && egress < gul_max_port_num && egress < kPortTableSize &&

@@ -2,7 +2,7 @@
 
 #include <array>
 
-#include "core/ByteAccess.h"
+#include "core/ByteCursor.h"
 
 namespace {
 
@@ -15,8 +15,6 @@ constexpr std::array<const char *, 14> kMessageNames = {
 constexpr std::array<const char *, 6> kStatusTexts = {
     "success", "unspecified failure", "no addresses available", "no binding", "not on link", "use multicast",
 };
-
-constexpr uint32_t kStatusCodeSize = 2;
 
 void clear(OptionCursor *cursor) {
     if (cursor != nullptr) {
@@ -46,22 +44,23 @@ const uint8_t *dhcp6FindOption(uint16_t code, uint32_t *length, const uint8_t *a
         clear(cursor);
         return nullptr;
     }
-    while (remaining >= kOptionHeaderSize) {
-        const uint8_t *header = position;
-        const uint16_t optionCode = loadBe16(header);
-        const uint16_t optionLength = loadBe16(header + 2);
-        remaining -= kOptionHeaderSize;
-        if (optionLength > remaining) {
+    ByteReader reader(position, remaining);
+    while (reader.remaining() >= kOptionHeaderSize) {
+        const uint8_t *header = reader.position();
+        uint16_t optionCode = 0;
+        uint16_t optionLength = 0;
+        reader.be16(optionCode);
+        reader.be16(optionLength);
+        // An option that runs past the area ends the walk: nothing behind it can be trusted.
+        if (reader.take(optionLength) == nullptr) {
             break;
         }
-        remaining -= optionLength;
-        position = header + kOptionHeaderSize + optionLength;
         if (optionCode == code) {
             if (length != nullptr) {
                 *length = optionLength;
             }
             if (cursor != nullptr) {
-                *cursor = {position, remaining};
+                *cursor = {reader.position(), reader.remaining()};
             }
             return header;
         }
@@ -76,10 +75,10 @@ uint16_t dhcp6AreaStatus(const uint8_t *area, uint32_t areaLength, const char **
     }
     uint32_t length = 0;
     const uint8_t *option = dhcp6FindOption(kOptionStatusCode, &length, area, areaLength, nullptr);
-    if (option == nullptr || length < kStatusCodeSize) {
-        return 0;
-    }
-    return loadBe16(option + kOptionHeaderSize);
+    ByteReader data(option != nullptr ? option + kOptionHeaderSize : nullptr, length);
+    uint16_t status = 0;
+    data.be16(status);
+    return status;
 }
 
 bool dhcp6LocateMessage(const uint8_t *frame, uint32_t frameLength, uint32_t payloadOffset,

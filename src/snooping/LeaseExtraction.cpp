@@ -2,7 +2,7 @@
 
 #include <cstring>
 
-#include "core/ByteAccess.h"
+#include "core/ByteCursor.h"
 #include "core/DebugTrace.h"
 #include "platform/VosApi.h"
 #include "snooping/Dhcp6Options.h"
@@ -60,9 +60,10 @@ void collect(LeaseSettings &settings, const uint8_t *area, uint32_t areaLength, 
             return true;
         }
         ClientAddress record{};
-        record.preferredLifetime = loadBe32(option.data + layout.preferredAt);
-        record.validLifetime = loadBe32(option.data + layout.validAt);
-        if (record.validLifetime < record.preferredLifetime) {
+        const ByteReader data(option.data, option.length);
+        if (!data.be32At(layout.preferredAt, record.preferredLifetime) ||
+            !data.be32At(layout.validAt, record.validLifetime) ||
+            record.validLifetime < record.preferredLifetime) {
             return true;
         }
         std::memcpy(record.address, option.data + layout.addressAt, sizeof record.address);
@@ -84,8 +85,12 @@ uint32_t readIa(LeaseSettings &settings, const uint8_t *area, uint32_t areaLengt
         if (ia.length < kIaFixedSize) {
             return true;
         }
-        const uint32_t t1 = loadBe32(ia.data + kT1At);
-        const uint32_t t2 = loadBe32(ia.data + kT2At);
+        const ByteReader data(ia.data, ia.length);
+        uint32_t t1 = 0;
+        uint32_t t2 = 0;
+        if (!data.be32At(kT1At, t1) || !data.be32At(kT2At, t2)) {
+            return true;
+        }
         if (t2 != 0 && t1 > t2) {
             dhcp6snooping_debug_printf(kTimersRefused, t1, t2);
             return false;
