@@ -83,6 +83,47 @@ std::vector<std::string> added(const std::vector<std::string> &before,
     return result;
 }
 
+// Option content as text, with any byte that is not printable written as \xNN.
+std::string printable(const uint8_t *data, size_t length) {
+    std::string text;
+    for (size_t i = 0; i < length; ++i) {
+        if (data[i] >= 0x20 && data[i] < 0x7F) {
+            text += static_cast<char>(data[i]);
+        } else {
+            char escaped[5];
+            std::snprintf(escaped, sizeof escaped, "\\x%02x", data[i]);
+            text += escaped;
+        }
+    }
+    return text;
+}
+
+// The relay options 18 and 37 of a frame the daemon sent, as the server reads them.
+void printRelayOptions(const switchsim::SentFrame &frame) {
+    const switchsim::Bytes &bytes = frame.bytes;
+    constexpr uint16_t kInterfaceId = 18;
+    constexpr uint16_t kRemoteId = 37;
+    for (size_t at = frame.info.payloadOffset + 4U; at + 4 <= bytes.size();) {
+        const auto code = static_cast<uint16_t>(bytes[at] << 8 | bytes[at + 1]);
+        const size_t length = static_cast<size_t>(bytes[at + 2] << 8 | bytes[at + 3]);
+        const uint8_t *data = bytes.data() + at + 4;
+        if (length > bytes.size() - at - 4) {
+            return;
+        }
+        if (code == kInterfaceId) {
+            std::printf("      server reads option 18 Interface-ID \"%s\"\n",
+                        printable(data, length).c_str());
+        } else if (code == kRemoteId && length >= 4) {
+            const uint32_t enterprise = static_cast<uint32_t>(data[0]) << 24 |
+                                        static_cast<uint32_t>(data[1]) << 16 |
+                                        static_cast<uint32_t>(data[2]) << 8 | data[3];
+            std::printf("      server reads option 37 Remote-ID, enterprise %u, \"%s\"\n", enterprise,
+                        printable(data + 4, length - 4).c_str());
+        }
+        at += 4 + length;
+    }
+}
+
 }  // namespace
 
 Narrator::Narrator(switchsim::Switch &sw, uint32_t vlan) : sw_(sw), vlan_(vlan) {}
@@ -101,6 +142,7 @@ void Narrator::deliver(const std::string &event, uint32_t port, const switchsim:
         std::printf("dropped%s%s\n", why.empty() ? "" : ": ", why.c_str());
     } else {
         std::printf("%s\n", whereSent(sw_.sentFrames()).c_str());
+        printRelayOptions(sw_.sentFrames().front());
     }
     sw_.clearSentFrames();
     printAftermath();

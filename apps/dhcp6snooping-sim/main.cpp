@@ -14,6 +14,7 @@
 #include "core/SharedTypes.h"
 #include "core/Startup.h"
 #include "mgmt/PortVlanSettings.h"
+#include "relay_option/InfoOptionConfig.h"
 #include "snooping/Dhcp6Options.h"
 #include "snooping/SnoopingOnOff.h"
 #include "source_guard/ExemptVlans.h"
@@ -118,6 +119,21 @@ void configurePorts() {
     }
 }
 
+// Option 18 carries the client's port and VLAN as a template renders them, option 37 a fixed text.
+void configureRelayOptions() {
+    InfoOptionConfig config{};
+    config.interfaceIdEnable = 1;
+    config.remoteIdEnable = 1;
+    config.interfaceIdFormat = FORMAT_USER_DEFINED;
+    config.remoteIdFormat = FORMAT_STRING;
+    std::snprintf(reinterpret_cast<char *>(config.interfaceIdValue), kOptionValueSize, "%%portname/%%cvlan");
+    std::snprintf(reinterpret_cast<char *>(config.remoteIdValue), kOptionValueSize, "switch-a");
+    for (const uint32_t selector : {SELECT_INTERFACE_ID_FORMAT, SELECT_REMOTE_ID_FORMAT,
+                                    SELECT_INTERFACE_ID_ENABLE, SELECT_REMOTE_ID_ENABLE}) {
+        dhcp6snoopingGlobalDhcp6InfoCfg(selector, &config);
+    }
+}
+
 // The hosts of the scenario; their MACs are 00:00:5e:00:53:xx. A gets two addresses, one of them short-lived;
 // B an address and a delegated /56; C one address.
 struct Cast {
@@ -169,7 +185,12 @@ void playScenario(switchsim::Switch &sw, const Cast &cast) {
     heading("6. client B releases its address");
     exchanges.clientSends(cast.b.host, 4, dhcp6::RELEASE, cast.releaseOfB);
 
-    heading("7. the operator binds A's first address statically for every port, and exempts VLAN 20");
+    heading("7. relay options: 18 with the template %portname/%cvlan, 37 as the text \"switch-a\"; C renews");
+    configureRelayOptions();
+    narrator.report("options 18 and 37 switched on");
+    exchanges.clientSends(cast.c.host, 6, dhcp6::RENEW, cast.c.grant);
+
+    heading("8. the operator binds A's first address statically for every port, and exempts VLAN 20");
     const Ipv6Address boundAddress = asAddress(cast.boundAddressOfA);
     ip6v6_source_guard_bind_node_add(boundAddress, /*mac=*/nullptr, /*port=*/0, /*vlan=*/0);
     narrator.report("binding 2001:db8:10::a1 added: it serves A's address in place of A's own filter");
@@ -181,15 +202,15 @@ void playScenario(switchsim::Switch &sw, const Cast &cast) {
     ip6v6_source_guard_bind_node_delete(boundAddress);
     narrator.report("binding 2001:db8:10::a1 deleted: A's own filter comes back");
 
-    heading("8. time passes");
+    heading("9. time passes");
     narrator.passTime(31);
 
-    heading("9. the link of C's port goes down");
+    heading("10. the link of C's port goes down");
     narrator.linkDown(6);
 }
 
 void printOperatorView(const switchsim::Switch &sw) {
-    heading("10. what the operator sees");
+    heading("11. what the operator sees");
     printClientTable(sw.upSeconds());
     printClientCounts();
     printFilters(sw);
