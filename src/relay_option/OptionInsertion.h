@@ -8,7 +8,7 @@
 #include "relay_option/OptionRendering.h"
 #include "snooping/SnoopPacket.h"
 
-// The longest frame the stage takes, and the most one option may hold, its header included.
+// The longest frame the stage takes, and the most one option may take, its header included.
 inline constexpr uint32_t kLongestOptionFrame = 2048;
 inline constexpr uint32_t kOptionBufferSize = 512;
 // The most the options area of a message may hold once options are added.
