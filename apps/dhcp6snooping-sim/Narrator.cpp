@@ -105,7 +105,7 @@ void printRelayOptions(const switchsim::SentFrame &frame) {
     constexpr uint16_t kRemoteId = 37;
     for (size_t at = frame.info.payloadOffset + 4U; at + 4 <= bytes.size();) {
         const auto code = static_cast<uint16_t>(bytes[at] << 8 | bytes[at + 1]);
-        const size_t length = static_cast<size_t>(bytes[at + 2] << 8 | bytes[at + 3]);
+        const auto length = static_cast<size_t>(bytes[at + 2] << 8 | bytes[at + 3]);
         const uint8_t *data = bytes.data() + at + 4;
         if (length > bytes.size() - at - 4) {
             return;

@@ -274,7 +274,7 @@ SnoopPacket *dhcp6snoopingInfoOptionInsert(SnoopPacket *packet, uint32_t payload
         return nullptr;
     }
     const int32_t growth = static_cast<int32_t>(newLength) - static_cast<int32_t>(received.optionsLength);
-    const uint32_t newFrameLength = static_cast<uint32_t>(static_cast<int32_t>(frameLength) + growth);
+    const auto newFrameLength = static_cast<uint32_t>(static_cast<int32_t>(frameLength) + growth);
     uint8_t *udp = message - kUdpHeaderSize;
     uint8_t *ipv6 = workingBuffer + ipv6Start;
     storeBe16(udp + kUdpChecksumAt, 0);

@@ -112,7 +112,7 @@ uint32_t renderKeyword(uint32_t keyword, const PacketContext &context, const Ren
 
 void switchMacText(const uint8_t *mac, char (&text)[kSwitchMacTextLength + 1]) {
     constexpr char kDigits[] = "0123456789abcdef";
-    for (uint32_t i = 0; i < kMacSize; ++i) {
+    for (size_t i = 0; i < kMacSize; ++i) {
         text[2 * i] = kDigits[mac[i] >> 4];
         text[2 * i + 1] = kDigits[mac[i] & 0x0F];
     }

@@ -5,6 +5,7 @@
 #include <cstdarg>
 #include <cstring>
 #include <span>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -17,6 +18,8 @@ namespace switchsim {
 namespace {
 
 constexpr int32_t kRefused = -1;
+// The largest argument of any call: a page of 64 static-binding records of 32 bytes.
+constexpr size_t kLargestArgument = size_t{64} * 32;
 
 bool reserved(const SimState &sim, uint32_t callNumber) {
     return std::ranges::any_of(sim.remoteCallRanges, [callNumber](const auto &range) {
@@ -25,6 +28,14 @@ bool reserved(const SimState &sim, uint32_t callNumber) {
 }
 
 }  // namespace
+
+void Switch::failRemoteCallService(std::string_view call, int32_t result, uint32_t times) {
+    if (call != "smdRMWrapInit" && call != "smdRmWrapRegister") {
+        throw std::invalid_argument("switchsim: not a remote-call registration: " + std::string(call));
+    }
+    state_->failures.add(call, result, times);
+}
+
 }  // namespace switchsim
 
 using switchsim::activeSim;
@@ -49,6 +60,9 @@ int32_t smdRmWrapRegister(uint32_t callNumber, uint32_t flags, RmWrapper wrapper
     auto &sim = activeSim();
     sim.lifecycle.push_back("smdRmWrapRegister(" + std::to_string(callNumber) + ", " + std::to_string(flags) +
                             ")");
+    if (const auto failure = sim.failures.take("smdRmWrapRegister")) {
+        return *failure;
+    }
     if (wrapper == nullptr || !switchsim::reserved(sim, callNumber) || sim.wrappers.contains(callNumber)) {
         return switchsim::kRefused;
     }
@@ -86,16 +100,27 @@ int32_t smdCfgRmWrapProcess(void *message) {
         const uint16_t noData = 0;
         std::memcpy(bytes + switchsim::kRemoteCallDataLengthOffset, &noData, sizeof noData);
     } else {
-        // Point each argument at its bytes inside the message, so that outputs are written in place.
+        // Each argument gets a buffer of its own, at least as large as the largest argument of any call, so
+        // that a wrapper reading or writing a whole argument of a short one stays inside memory; what the
+        // wrapper leaves in the first bytes goes back into the message, which is how outputs return.
+        std::vector<switchsim::Bytes> buffers;
+        buffers.reserve(call->arguments.size());
         std::vector<RemoteCallArg> args(call->arguments.size());
-        size_t offset = switchsim::kRemoteCallHeaderSize;
         for (size_t i = 0; i < args.size(); ++i) {
-            const auto length = static_cast<uint32_t>(call->arguments[i].size());
-            args[i].word = length;
-            args[i].data = bytes + offset + sizeof length;
-            offset += sizeof length + length;
+            switchsim::Bytes &buffer =
+                buffers.emplace_back(std::max(call->arguments[i].size(), switchsim::kLargestArgument), 0);
+            std::copy(call->arguments[i].begin(), call->arguments[i].end(), buffer.begin());
+            args[i].word = static_cast<uint32_t>(call->arguments[i].size());
+            args[i].data = buffer.data();
         }
         result = wrapper->second(message, args.data(), static_cast<uint32_t>(args.size()));
+        size_t offset = switchsim::kRemoteCallHeaderSize;
+        for (size_t i = 0; i < args.size(); ++i) {
+            const size_t length = call->arguments[i].size();
+            offset += sizeof(uint32_t);
+            std::copy_n(buffers[i].begin(), length, bytes + offset);
+            offset += length;
+        }
     }
     std::memcpy(bytes + switchsim::kRemoteCallResultOffset, &result, sizeof result);
     return result;

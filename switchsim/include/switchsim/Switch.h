@@ -78,6 +78,10 @@ class Switch {
     void failFilterCall(std::string_view function, int32_t result, uint32_t times = 1);
     // `call` is "smdVDPktSendPort" or "smdVDPktSendPortlist"; a failed send is not recorded.
     void failFrameSend(std::string_view call, int32_t result, uint32_t times = 1);
+    // `call` is "smdRMWrapInit" or "smdRmWrapRegister".
+    void failRemoteCallService(std::string_view call, int32_t result, uint32_t times = 1);
+    // The next `times` calls of get_str_by_mid know no module name.
+    void failModuleName(uint32_t times = 1);
     // Forgets every failure still planned.
     void clearFaults();
 
