@@ -1,8 +1,8 @@
 #include "FuzzSupport.h"
 
-#include <algorithm>
 #include <cstdio>
-#include <cstdlib>
+#include <cstring>
+#include <numeric>
 #include <string>
 #include <vector>
 
@@ -14,46 +14,16 @@
 #include "snooping/SnoopingOnOff.h"
 #include "source_guard/ExemptVlans.h"
 #include "source_guard/PortMode.h"
+#include "source_guard/StaticBindRows.h"
 #include "source_guard/StaticBindings.h"
 
 namespace fuzz {
 
-uint8_t Input::byte() {
-    if (size_ == 0) {
-        return 0;
-    }
-    --size_;
-    return *data_++;
-}
-
-uint16_t Input::be16() {
-    const uint8_t high = byte();
-    return static_cast<uint16_t>(high << 8 | byte());
-}
-
-std::pair<const uint8_t *, size_t> Input::take(size_t wanted) {
-    const size_t length = std::min(wanted, size_);
-    const uint8_t *start = data_;
-    data_ += length;
-    size_ -= length;
-    return {start, length};
-}
-
-uint32_t portOf(uint8_t selector) {
-    return 1 + selector % kPorts;
-}
-
-uint32_t vlanOf(uint8_t selector) {
-    return 1 + selector % kVlans;
-}
-
 switchsim::Switch &fuzzSwitch() {
     static switchsim::Switch sw;
     static const bool started = [] {
-        std::vector<uint32_t> all;
-        for (uint32_t port = 1; port <= kPorts; ++port) {
-            all.push_back(port);
-        }
+        std::vector<uint32_t> all(kPorts);
+        std::iota(all.begin(), all.end(), 1U);
         for (uint32_t vlan = 1; vlan <= kVlans; ++vlan) {
             sw.addVlan(vlan, all);
         }
@@ -68,35 +38,30 @@ void serve() {
     fuzzSwitch().runUntilIdle(dhcp6snoopingServeNextMessage);
 }
 
-void require(bool condition) {
-    if (!condition) {
-        std::abort();
-    }
-}
-
 void resetAll(bool filtersMustBeGone) {
     switchsim::Switch &sw = fuzzSwitch();
     sw.clearFaults();
     sw.setModuleLogLevel(kDhcp6SnoopingModuleId, 0);
     dhcp6snoopingStop();
-    for (uint32_t port = 1; port <= kPorts; ++port) {
+    // Remote calls reach every port of the tables, not only those of the switch.
+    for (uint32_t port = 1; port <= kPortTableSize; ++port) {
         set_ip6_source_guard_port_mode(port, SOURCE_GUARD_NONE);
         dhcp6snooping_port_mode(port, 0);
         dhcp6snooping_port_maxclients(port, kMaxClients);
     }
-    VlanBitmap vlans{};
-    for (uint32_t vlan = 1; vlan <= kVlans; ++vlan) {
-        vlanBitmapAdd(vlans, vlan);
-        dhcp6snooping_vlan_maxclients(vlan, kMaxClients);
-    }
-    dhcp6snooping_vlan_reset(&vlans);
-    ip6v6_source_guard_bind_node_delete_all();
+    // Every bit set (those of VLANs outside 1..4094 are ignored): every VLAN gets its default limit back.
     VlanBitmap everyVlan{};
-    for (VlanId vlan = kFirstVlan; vlan <= kLastVlan; ++vlan) {
-        vlanBitmapAdd(everyVlan, vlan);
-    }
+    std::memset(everyVlan.bits, 0xFF, sizeof everyVlan.bits);
     VlanBitmap failed{};
+    dhcp6snooping_vlan_reset(&everyVlan);
+    ip6v6_source_guard_bind_node_delete_all();
     ip6_source_guard_vlanlist_config(kExemptVlansRemove, &everyVlan, &failed);
+    // A flag stored without its filter cannot be released through the filter service.
+    for (uint32_t vlan = 0; vlan < kVlanTableSize; ++vlan) {
+        operate_no_ip6_source_guard_vlan(vlan, 0);
+    }
+    ip6v6_source_guard_bind_for_snmp_delete_all();
+    dhcp6snoopingFastRemoveCfg(1);
     InfoOptionConfig defaults{};
     defaults.interfaceIdFormat = defaults.remoteIdFormat = FORMAT_DEFAULT;
     for (const uint32_t selector : {SELECT_REMOTE_ID_ENABLE, SELECT_INTERFACE_ID_ENABLE,

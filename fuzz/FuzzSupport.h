@@ -2,8 +2,10 @@
 // What the fuzz targets share: a reader over the input, the simulated switch with the daemon started on it
 // once for the whole run, and the way back to the defaults between inputs.
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <cstdlib>
 #include <utility>
 
 #include "switchsim/Switch.h"
@@ -20,26 +22,41 @@ class Input {
   public:
     Input(const uint8_t *data, size_t size) : data_(data), size_(size) {}
     [[nodiscard]] bool empty() const { return size_ == 0; }
-    uint8_t byte();
-    uint16_t be16();
+    uint8_t byte() { return size_ == 0 ? 0 : (--size_, *data_++); }
+    uint16_t be16() {
+        const uint8_t high = byte();
+        return static_cast<uint16_t>(high << 8 | byte());
+    }
     // Up to `wanted` bytes, fewer when the input ends first.
-    std::pair<const uint8_t *, size_t> take(size_t wanted);
+    std::pair<const uint8_t *, size_t> take(size_t wanted) {
+        const size_t length = std::min(wanted, size_);
+        size_ -= length;
+        return {std::exchange(data_, data_ + length), length};
+    }
 
   private:
     const uint8_t *data_;
     size_t size_;
 };
 
-uint32_t portOf(uint8_t selector);
-uint32_t vlanOf(uint8_t selector);
+inline uint32_t portOf(uint8_t selector) {
+    return 1 + selector % kPorts;
+}
+inline uint32_t vlanOf(uint8_t selector) {
+    return 1 + selector % kVlans;
+}
+
+// Ends the run, as a crash would, when a promise is broken.
+inline void require(bool condition) {
+    if (!condition) {
+        std::abort();
+    }
+}
 
 // A 24-port switch whose VLANs 1 to 4 hold every port, with the daemon started on it.
 switchsim::Switch &fuzzSwitch();
 // Lets the daemon take every queued event.
 void serve();
-
-// Ends the run, as a crash would, when a promise is broken.
-void require(bool condition);
 
 // Brings the daemon back to its defaults through the operations an operator would use, and the switch to
 // what it was, forgetting everything it recorded, so that the next input starts afresh and memory stays

@@ -34,13 +34,10 @@ void configure(Input &input) {
     dhcp6snoopingGlobalDhcp6InfoCfg(SELECT_REMOTE_ID_ENABLE, &config);
     for (const uint32_t selector : {SELECT_INTERFACE_ID_FORMAT, SELECT_REMOTE_ID_FORMAT}) {
         InfoOptionConfig formatted{};
-        const uint32_t format = 1 + input.byte() % 6;
+        formatted.interfaceIdFormat = formatted.remoteIdFormat = 1 + input.byte() % 6;
         const auto [text, length] = input.take(input.byte() % kOptionValueSize);
-        uint8_t *value =
-            selector == SELECT_INTERFACE_ID_FORMAT ? formatted.interfaceIdValue : formatted.remoteIdValue;
-        std::memcpy(value, text, length);
-        (selector == SELECT_INTERFACE_ID_FORMAT ? formatted.interfaceIdFormat : formatted.remoteIdFormat) =
-            format;
+        std::memcpy(formatted.interfaceIdValue, text, length);
+        std::memcpy(formatted.remoteIdValue, text, length);
         dhcp6snoopingGlobalDhcp6InfoCfg(selector, &formatted);
     }
 }
@@ -53,8 +50,7 @@ switchsim::Bytes options(Input &input) {
             break;
         }
         const auto [data, length] = input.take(input.byte());
-        const switchsim::Bytes option = dhcp6::option(code, switchsim::Bytes(data, data + length));
-        area.insert(area.end(), option.begin(), option.end());
+        area = dhcp6::join({area, dhcp6::option(code, switchsim::Bytes(data, data + length))});
     }
     return area;
 }

@@ -8,9 +8,11 @@
 //   1 remote call  call (6250 + byte % 33), argument count (0..7), per argument a length byte and bytes
 //   2 failure      the receive result
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <tuple>
 #include <vector>
 
 #include "FuzzSupport.h"
@@ -24,26 +26,14 @@ namespace {
 
 using namespace fuzz;
 
-constexpr uint32_t kResetCall = 6274;
-constexpr int32_t kRefused = -1;
-constexpr int32_t kWrongArgumentCount = -1001;
-constexpr uint32_t kMaxArguments = 8;
+constexpr uint32_t kResetCall = 6274, kMaxArguments = 8;
+constexpr int32_t kRefused = -1, kArgumentCountRefused = -1001;
 
-// The settings a refused call must leave alone, byte for byte.
-std::vector<uint8_t> settings() {
-    std::vector<uint8_t> bytes;
-    const auto add = [&bytes](const void *table, size_t size) {
-        const auto *start = static_cast<const uint8_t *>(table);
-        bytes.insert(bytes.end(), start, start + size);
-    };
-    add(&dhcp6snoopingOnOff, sizeof dhcp6snoopingOnOff);
-    add(portTrustMode, sizeof portTrustMode);
-    add(portIpSourceGuardMode, sizeof portIpSourceGuardMode);
-    add(portMaxNum, sizeof portMaxNum);
-    add(vlanMaxNum, sizeof vlanMaxNum);
-    add(&dhcp6snoopingPortDownAction, sizeof dhcp6snoopingPortDownAction);
-    add(&staticBindCount, sizeof staticBindCount);
-    return bytes;
+// The settings a refused call must leave alone.
+auto settings() {
+    return std::tuple(dhcp6snoopingOnOff, std::to_array(portTrustMode), std::to_array(portIpSourceGuardMode),
+                      std::to_array(portMaxNum), std::to_array(vlanMaxNum), dhcp6snoopingPortDownAction,
+                      staticBindCount);
 }
 
 switchsim::Bytes remoteCall(Input &input, uint32_t &callNumber) {
@@ -61,25 +51,20 @@ void serveOne(Input &input) {
     const size_t repliesBefore = sw.replies().size();
     uint32_t callNumber = 0;
     switchsim::Bytes message;
-    switch (input.byte() % 3) {
-        case 0: {
-            const auto [bytes, length] = input.take(std::min<size_t>(input.be16(), SMD_MSG_RECV_BUFFER_SIZE));
-            message.assign(bytes, bytes + length);
-            break;
-        }
-        case 1:
-            message = remoteCall(input, callNumber);
-            if (message.size() > SMD_MSG_RECV_BUFFER_SIZE) {
-                return;
-            }
-            break;
-        default:
-            sw.queueReceiveFailure(-static_cast<int32_t>(input.byte()));
-            serve();
-            require(sw.replies().size() == repliesBefore);
-            return;
+    const uint8_t kind = input.byte() % 3;
+    if (kind == 2) {
+        sw.queueReceiveFailure(-static_cast<int32_t>(input.byte()));
+        serve();
+        require(sw.replies().size() == repliesBefore);
+        return;
     }
-    const std::vector<uint8_t> before = settings();
+    if (kind == 0) {
+        const auto [bytes, length] = input.take(std::min<size_t>(input.be16(), SMD_MSG_RECV_BUFFER_SIZE));
+        message.assign(bytes, bytes + length);
+    } else if ((message = remoteCall(input, callNumber)).size() > SMD_MSG_RECV_BUFFER_SIZE) {
+        return;
+    }
+    const auto before = settings();
     sw.queueMessage(message);
     serve();
     // The type of a message too short to hold it whole is read from what it has.
@@ -89,13 +74,11 @@ void serveOne(Input &input) {
     }
     const size_t replies = sw.replies().size() - repliesBefore;
     require(replies == (!message.empty() && type == switchsim::kRemoteCallMessageType ? 1 : 0));
-    if (replies == 0) {
-        return;
-    }
-    const switchsim::Reply &reply = sw.replies().back();
-    require(reply.length <= SMD_MSG_RECV_BUFFER_SIZE);
-    if (callNumber != kResetCall && (reply.result == kRefused || reply.result == kWrongArgumentCount)) {
-        require(settings() == before);
+    if (replies == 1) {
+        const switchsim::Reply &reply = sw.replies().back();
+        require(reply.length <= SMD_MSG_RECV_BUFFER_SIZE);
+        const bool refused = reply.result == kRefused || reply.result == kArgumentCountRefused;
+        require(!refused || callNumber == kResetCall || settings() == before);
     }
 }
 

@@ -3,23 +3,17 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 
-#include "core/GlobalState.h"
+#include "FuzzSupport.h"
 #include "snooping/Dhcp6Options.h"
 #include "snooping/LeaseExtraction.h"
-#include "switchsim/Switch.h"
 
 namespace {
 
+using fuzz::require;
+
 constexpr uint16_t kCodes[] = {kOptionClientId,    kOptionIaNa, kOptionIaAddress, kOptionStatusCode,
                                kOptionInterfaceId, kOptionIaPd, kOptionIaPrefix,  kOptionRemoteId};
-
-void require(bool condition) {
-    if (!condition) {
-        std::abort();
-    }
-}
 
 void walk(const uint8_t *area, uint32_t size) {
     for (const uint16_t code : kCodes) {
@@ -58,11 +52,7 @@ void extract(const uint8_t *area, uint32_t size, uint32_t finalFlag) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
-    // The platform calls that extraction makes (clock, memory, trace) act on this switch.
-    static switchsim::Switch sw;
-    static const int initialised = dhcp6snooping_init();
-    (void)initialised;
-
+    fuzz::fuzzSwitch();  // the platform calls that extraction makes (clock, memory, trace) act on this switch
     const auto length = static_cast<uint32_t>(size);
     walk(data, length);
     extract(data, length, 1);

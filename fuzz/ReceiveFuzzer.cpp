@@ -42,33 +42,22 @@ using namespace fuzz;
 
 constexpr uint32_t kTraceLevel = 7;
 
-std::array<uint8_t, 16> addressOf(uint8_t last) {
-    std::array<uint8_t, 16> address = {0x20, 0x01, 0x0d, 0xb8};
-    address[15] = last;
-    return address;
+Ipv6Address addressOf(uint8_t last) {
+    return {{0x20, 0x01, 0x0d, 0xb8, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, last}};
 }
 
-// Bindings for every port with and without a MAC, for port 3 with a VLAN and for port 5 without.
-struct Binding {
-    uint8_t addressLast;
-    uint8_t macLast;  // 0: no MAC
-    uint32_t port;
-    uint32_t vlan;
-};
-constexpr std::array<Binding, 4> kBindings = {{{1, 0, 0, 0}, {2, 1, 3, 1}, {3, 2, 0, 0}, {4, 0, 5, 0}}};
+// Bindings for every port with and without a MAC, for port 3 with a VLAN and for port 5 without: the last
+// byte of the address, the last byte of the MAC (0: no MAC), the port and the VLAN.
+constexpr uint8_t kBindings[4][4] = {{1, 0, 0, 0}, {2, 1, 3, 1}, {3, 2, 0, 0}, {4, 0, 5, 0}};
 
 void addBindings(uint8_t chosen) {
-    for (size_t i = 0; i < kBindings.size(); ++i) {
-        if ((chosen & (1U << i)) == 0) {
-            continue;
+    for (uint32_t i = 0; i < 4; ++i) {
+        const uint8_t *binding = kBindings[i];
+        const uint8_t mac[kMacSize] = {2, 0, 0, 0, 0, binding[1]};
+        if ((chosen & (1U << i)) != 0) {
+            ip6v6_source_guard_bind_node_add(addressOf(binding[0]), binding[1] != 0 ? mac : nullptr,
+                                             binding[2], binding[3]);
         }
-        const Binding &binding = kBindings[i];
-        const auto address = addressOf(binding.addressLast);
-        Ipv6Address ip;
-        std::memcpy(ip.octets, address.data(), address.size());
-        const uint8_t mac[kMacSize] = {2, 0, 0, 0, 0, binding.macLast};
-        ip6v6_source_guard_bind_node_add(ip, binding.macLast != 0 ? mac : nullptr, binding.port,
-                                         binding.vlan);
     }
 }
 
@@ -85,41 +74,26 @@ void deliverFrame(Input &input) {
     const uint32_t port = portOf(input.byte());
     const uint32_t vlan = vlanOf(input.byte());
     const uint8_t flags = input.byte();
-    const uint8_t payloadOffset = input.byte();
-    const size_t wanted = input.be16();
-    const auto [bytes, length] = input.take(wanted);
+    const uint16_t kind = (flags & 0x20) != 0 ? 2 : ((flags & 0x10) != 0 ? 1 : 0);
+    const PktRecvInfo info{.etherTypeOffset = 12, .payloadOffset = input.byte(), .frameKind = kind};
+    const auto [bytes, length] = input.take(input.be16());
     const auto buffer = std::make_unique<uint8_t[]>(length + 2);
-    uint8_t *frame = buffer.get() + 2;
-    if (length != 0) {
-        std::memcpy(frame, bytes, length);
-    }
-    PktRecvTag tag{};
-    tag.vlanId = vlan;
-    tag.portIndex = port;
-    PktRecvInfo info{};
-    info.payloadOffset = payloadOffset;
-    info.etherTypeOffset = 12;
-    info.frameKind = (flags & 0x20) != 0 ? 2 : ((flags & 0x10) != 0 ? 1 : 0);
-    dhcp6snoopingRegPktProcess(frame, static_cast<uint32_t>(length), tag, info);
+    uint8_t *frame = std::copy_n(bytes, length, buffer.get() + 2) - length;
+    dhcp6snoopingRegPktProcess(frame, static_cast<uint32_t>(length), PktRecvTag{vlan, port, {}}, info);
 }
 
 void changeSetting(Input &input) {
     const uint32_t port = portOf(input.byte());
     const uint8_t setting = input.byte();
     const uint8_t value = input.byte();
-    switch (setting % 4) {
-        case 0:
-            dhcp6snooping_port_mode(port, value % 3);
-            break;
-        case 1:
-            set_ip6_source_guard_port_mode(port, value % 6);
-            break;
-        case 2:
-            dhcp6snooping_port_maxclients(port, value % 4);
-            break;
-        default:
-            dhcp6snooping_vlan_maxclients(vlanOf(setting / 4), value % 4);
-            break;
+    if (setting % 4 == 0) {
+        dhcp6snooping_port_mode(port, value % 3);
+    } else if (setting % 4 == 1) {
+        set_ip6_source_guard_port_mode(port, value % 6);
+    } else if (setting % 4 == 2) {
+        dhcp6snooping_port_maxclients(port, value % 4);
+    } else {
+        dhcp6snooping_vlan_maxclients(vlanOf(setting / 4), value % 4);
     }
 }
 
@@ -137,17 +111,13 @@ void learnMac(Input &input) {
 void planFailure(Input &input) {
     const uint8_t what = input.byte();
     const uint32_t times = 1 + input.byte() % 4;
-    switch (what % 3) {
-        case 0:
-            fuzzSwitch().failAllocations(times);
-            break;
-        case 1:
-            fuzzSwitch().failFilterCall(kFilterCalls[(what / 3) % kFilterCalls.size()], -3, times);
-            break;
-        default:
-            fuzzSwitch().failFrameSend((what / 3) % 2 == 0 ? "smdVDPktSendPort" : "smdVDPktSendPortlist", -1,
-                                       times);
-            break;
+    if (what % 3 == 0) {
+        fuzzSwitch().failAllocations(times);
+    } else if (what % 3 == 1) {
+        fuzzSwitch().failFilterCall(kFilterCalls[(what / 3) % kFilterCalls.size()], -3, times);
+    } else {
+        fuzzSwitch().failFrameSend((what / 3) % 2 == 0 ? "smdVDPktSendPort" : "smdVDPktSendPortlist", -1,
+                                   times);
     }
 }
 
@@ -159,52 +129,38 @@ void removeInBulk(Input &input) {
     selector.vlanId = vlanOf(argument);
     selector.mac[0] = 2;
     selector.mac[5] = argument;
-    const auto address = addressOf(argument);
-    std::memcpy(selector.address, address.data(), address.size());
+    std::memcpy(selector.address, addressOf(argument).octets, sizeof selector.address);
     dhcp6snoopingDeleteByData(selector);
 }
 
 void apply(Input &input) {
-    switchsim::Switch &sw = fuzzSwitch();
-    switch (input.byte() % 10) {
-        case 0:
-            deliverFrame(input);
-            break;
-        case 1:
-            changeSetting(input);
-            break;
-        case 2:
-            (input.byte() % 2 != 0) ? dhcp6snoopingStart() : dhcp6snoopingStop();
-            break;
-        case 3:
-            learnMac(input);
-            break;
-        case 4:
-            sw.queueTimerTicks(input.byte());
+    using Operation = void (*)(Input &);
+    static constexpr Operation kOperations[] = {
+        deliverFrame,
+        changeSetting,
+        [](Input &in) { (in.byte() % 2 != 0) ? dhcp6snoopingStart() : dhcp6snoopingStop(); },
+        learnMac,
+        [](Input &in) {
+            fuzzSwitch().queueTimerTicks(in.byte());
             serve();
-            break;
-        case 5: {
-            const uint32_t port = portOf(input.byte());
-            sw.queueLinkChange(port, input.byte() % 2);
+        },
+        [](Input &in) {
+            const uint32_t port = portOf(in.byte());
+            fuzzSwitch().queueLinkChange(port, in.byte() % 2);
             serve();
-            break;
-        }
-        case 6:
-            sw.setModuleLogLevel(kDhcp6SnoopingModuleId, input.byte() % 2 != 0 ? kTraceLevel : 0);
-            break;
-        case 7:
-            planFailure(input);
-            break;
-        case 8:
-            removeInBulk(input);
-            break;
-        default: {
+        },
+        [](Input &in) {
+            fuzzSwitch().setModuleLogLevel(kDhcp6SnoopingModuleId, in.byte() % 2 != 0 ? kTraceLevel : 0);
+        },
+        planFailure,
+        removeInBulk,
+        [](Input &in) {
             VlanBitmap vlans{};
-            vlanBitmapAdd(vlans, vlanOf(input.byte()));
+            vlanBitmapAdd(vlans, vlanOf(in.byte()));
             dhcp6snooping_vlan_reset(&vlans);
-            break;
-        }
-    }
+        },
+    };
+    kOperations[input.byte() % std::size(kOperations)](input);
 }
 
 // Every port count equals the clients counted there; a VLAN count is never above them (a VLAN reset zeroes

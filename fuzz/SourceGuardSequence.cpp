@@ -1,13 +1,13 @@
 #include "SourceGuardSequence.h"
 
-#include <algorithm>
-#include <array>
-#include <cstdio>
-#include <iterator>
+#include <bit>
+#include <cstring>
 #include <set>
+#include <string>
 #include <vector>
 
 #include "core/GlobalState.h"
+#include "core/MacText.h"
 #include "mgmt/PortVlanSettings.h"
 #include "platform/VosApi.h"
 #include "snooping/BulkRemoval.h"
@@ -26,12 +26,10 @@ using switchsim::Bytes;
 using switchsim::MacAddress;
 namespace dhcp6 = switchsim::dhcp6;
 
-constexpr uint32_t kServerPort = 1;
-constexpr uint32_t kClientVlan = 1;
-constexpr uint32_t kClientPorts = 5;  // ports 2 to 6
-constexpr uint8_t kClients = 8;
-constexpr uint8_t kAddresses = 8;
-constexpr uint32_t kExemptVlans = 3;
+// The server's port and the clients' VLAN; the clients use ports 2 to 6, 8 MACs and 8 addresses, and VLANs 1
+// to 3 may be exempted.
+constexpr uint32_t kServerPort = 1, kClientVlan = 1, kClientPorts = 5, kExemptVlans = 3;
+constexpr uint8_t kClients = 8, kAddresses = 8;
 const MacAddress kServer = {2, 0, 0, 0, 0, 0xfe};
 
 MacAddress clientMac(uint8_t selector) {
@@ -39,15 +37,8 @@ MacAddress clientMac(uint8_t selector) {
 }
 
 switchsim::Ipv6Bytes addressOf(uint8_t selector) {
-    switchsim::Ipv6Bytes address = {0x20, 0x01, 0x0d, 0xb8};
-    address[15] = static_cast<uint8_t>(1 + selector % kAddresses);
-    return address;
-}
-
-Ipv6Address asAddress(const switchsim::Ipv6Bytes &bytes) {
-    Ipv6Address address;
-    std::copy(bytes.begin(), bytes.end(), address.octets);
-    return address;
+    return {0x20, 0x01, 0x0d, 0xb8, 0, 0, 0, 0,
+            0,    0,    0,    0,    0, 0, 0, static_cast<uint8_t>(1 + selector % kAddresses)};
 }
 
 uint32_t clientPortOf(uint8_t selector) {
@@ -73,12 +64,10 @@ void exchange(Input &input) {
             addresses = dhcp6::join({addresses, dhcp6::iaAddress(addressOf(grant >> 3 | i), valid, valid)});
         }
     }
-    Bytes options = dhcp6::iaNa(1, 0, 0, addresses);
-    if ((grant & 0x80) != 0) {
-        options = dhcp6::join(
-            {options,
-             dhcp6::iaPd(2, 0, 0, dhcp6::iaPrefix(valid, valid, 56, switchsim::ipv6("2001:db8:100::")))});
-    }
+    const Bytes prefix =
+        dhcp6::iaPd(2, 0, 0, dhcp6::iaPrefix(valid, valid, 56, switchsim::ipv6("2001:db8:100::")));
+    const Bytes options =
+        dhcp6::join({dhcp6::iaNa(1, 0, 0, addresses), (grant & 0x80) != 0 ? prefix : Bytes{}});
     deliver(kServerPort, dhcp6::fromServer(dhcp6::REPLY, kServer, client, options));
 }
 
@@ -86,12 +75,10 @@ void exchange(Input &input) {
 void release(Input &input) {
     const MacAddress client = clientMac(input.byte());
     const switchsim::Ipv6Bytes address = addressOf(input.byte());
-    const ClientEntry *entry = clientFind(client.data());
-    if (entry == nullptr) {
-        return;
+    if (const ClientEntry *entry = clientFind(client.data())) {
+        deliver(entry->portIndex, dhcp6::fromClient(dhcp6::RELEASE, client,
+                                                    dhcp6::iaNa(1, 0, 0, dhcp6::iaAddress(address, 0, 0))));
     }
-    deliver(entry->portIndex,
-            dhcp6::fromClient(dhcp6::RELEASE, client, dhcp6::iaNa(1, 0, 0, dhcp6::iaAddress(address, 0, 0))));
 }
 
 void addBinding(Input &input) {
@@ -99,7 +86,8 @@ void addBinding(Input &input) {
     const uint8_t portSelector = input.byte();
     const MacAddress mac = macSelector % 2 == 0 ? MacAddress{} : clientMac(macSelector / 2);
     const uint32_t port = portSelector % 3 == 0 ? 0 : clientPortOf(portSelector);
-    ip6v6_source_guard_bind_node_add(asAddress(addressOf(input.byte())), mac.data(), port, input.byte() % 3);
+    const auto address = std::bit_cast<Ipv6Address>(addressOf(input.byte()));
+    ip6v6_source_guard_bind_node_add(address, mac.data(), port, input.byte() % 3);
 }
 
 void exemptVlan(Input &input) {
@@ -116,79 +104,51 @@ void removeInBulk(Input &input) {
     const uint8_t argument = input.byte();
     selector.portIndex = clientPortOf(argument);
     selector.vlanId = kClientVlan;
-    const MacAddress mac = clientMac(argument);
-    std::copy(mac.begin(), mac.end(), selector.mac);
-    const switchsim::Ipv6Bytes address = addressOf(argument);
-    std::copy(address.begin(), address.end(), selector.address);
+    std::memcpy(selector.mac, clientMac(argument).data(), sizeof selector.mac);
+    std::memcpy(selector.address, addressOf(argument).data(), sizeof selector.address);
     dhcp6snoopingDeleteByData(selector);
 }
 
 void step(Input &input) {
-    switch (input.byte() % 12) {
-        case 0:
-            exchange(input);
-            break;
-        case 1:
-            release(input);
-            break;
-        case 2:
-            set_ip6_source_guard_port_mode(clientPortOf(input.byte()), 1 + input.byte() % 4);
-            break;
-        case 3:
-            dhcp6snooping_port_mode(clientPortOf(input.byte()), input.byte() % 2);
-            break;
-        case 4:
-            addBinding(input);
-            break;
-        case 5:
-            ip6v6_source_guard_bind_node_delete(asAddress(addressOf(input.byte())));
-            break;
-        case 6:
-            ip6v6_source_guard_bind_node_delete_all();
-            break;
-        case 7:
-            exemptVlan(input);
-            break;
-        case 8:
-            fuzzSwitch().queueTimerTicks(1 + input.byte() % 40);
+    using Step = void (*)(Input &);
+    static constexpr Step kSteps[] = {
+        exchange,
+        release,
+        [](Input &in) { set_ip6_source_guard_port_mode(clientPortOf(in.byte()), 1 + in.byte() % 4); },
+        [](Input &in) { dhcp6snooping_port_mode(clientPortOf(in.byte()), in.byte() % 2); },
+        addBinding,
+        [](Input &in) {
+            ip6v6_source_guard_bind_node_delete(std::bit_cast<Ipv6Address>(addressOf(in.byte())));
+        },
+        [](Input &) { ip6v6_source_guard_bind_node_delete_all(); },
+        exemptVlan,
+        [](Input &in) {
+            fuzzSwitch().queueTimerTicks(1 + in.byte() % 40);
             serve();
-            break;
-        case 9:
-            removeInBulk(input);
-            break;
-        case 10:
-            (input.byte() % 2 != 0) ? dhcp6snoopingStart() : dhcp6snoopingStop();
-            break;
-        default:
-            fuzzSwitch().queueLinkChange(clientPortOf(input.byte()), 0);
+        },
+        removeInBulk,
+        [](Input &in) { (in.byte() % 2 != 0) ? dhcp6snoopingStart() : dhcp6snoopingStop(); },
+        [](Input &in) {
+            fuzzSwitch().queueLinkChange(clientPortOf(in.byte()), 0);
             serve();
-            break;
-    }
-}
-
-std::string addressText(const uint8_t *address) {
-    char text[64] = {};
-    vosInetNtop(VOS_AF_INET6, address, text, sizeof text);
-    return text;
-}
-
-std::string macText(const uint8_t *mac) {
-    char text[18] = {};
-    std::snprintf(text, sizeof text, "%02x:%02x:%02x:%02x:%02x:%02x", mac[0], mac[1], mac[2], mac[3], mac[4],
-                  mac[5]);
-    return text;
+        },
+    };
+    kSteps[input.byte() % std::size(kSteps)](input);
 }
 
 std::string forwardFilter(const uint8_t *address, const uint8_t *mac, uint32_t port, uint32_t vlan) {
-    std::string filter = "forward ip6 " + addressText(address);
+    char text[64] = {};
+    vosInetNtop(VOS_AF_INET6, address, text, sizeof text);
+    std::string filter = "forward ip6 ";
+    filter += text;
     if (mac != nullptr) {
-        filter += " mac " + macText(mac);
+        filter.append(" mac ").append(macText(mac).text);
     }
     if (port != 0) {
-        filter += " port " + std::to_string(port);
+        filter.append(" port ").append(std::to_string(port));
     }
     if (vlan != 0) {
-        filter += " vlan " + std::to_string(vlan);
+        filter.append(" vlan ").append(std::to_string(vlan));
     }
     return filter;
 }
@@ -234,37 +194,33 @@ std::set<std::string> impliedFilters() {
     return filters;
 }
 
+// The filters of `from` that `other` lacks, each in brackets.
+std::string lacking(const std::set<std::string> &from, const std::set<std::string> &other) {
+    std::string text;
+    for (const std::string &filter : from) {
+        if (!other.contains(filter)) {
+            text.append(" [").append(filter).append("]");
+        }
+    }
+    return text;
+}
+
 std::optional<std::string> mismatch(const std::string &when) {
     const std::vector<std::string> installed = fuzzSwitch().installedFilters();
     const std::set<std::string> held(installed.begin(), installed.end());
     const std::set<std::string> implied = impliedFilters();
     if (held != implied) {
-        std::string text = when + ": the switch holds";
-        std::vector<std::string> extra;
-        std::ranges::set_difference(held, implied, std::back_inserter(extra));
-        for (const std::string &filter : extra) {
-            text += " [" + filter + "]";
-        }
-        text += " too many, and lacks";
-        std::vector<std::string> missing;
-        std::ranges::set_difference(implied, held, std::back_inserter(missing));
-        for (const std::string &filter : missing) {
-            text += " [" + filter + "]";
-        }
-        return text;
+        return when + ": the switch holds" + lacking(held, implied) + " too many, and lacks" +
+               lacking(implied, held);
     }
     uint32_t counted[kPortTableSize] = {};
     for (const ClientEntry *entry = clientFirst(); entry != nullptr; entry = clientAfter(entry->mac)) {
         counted[portSlot(entry->portIndex)] += entry->counted;
     }
     for (uint32_t port = 1; port <= kPorts; ++port) {
-        uint32_t maximum = 0;
-        uint32_t count = 0;
-        dhcp6snooping_port_maxclients_get(port, &maximum, &count);
-        if (count != counted[portSlot(port)]) {
-            return when + ": port " + std::to_string(port) + " counts " + std::to_string(count) +
-                   " clients, the "
-                   "table holds " +
+        if (portClientCount[portSlot(port)] != counted[portSlot(port)]) {
+            return when + ": port " + std::to_string(port) + " counts " +
+                   std::to_string(portClientCount[portSlot(port)]) + " clients, the table holds " +
                    std::to_string(counted[portSlot(port)]);
         }
     }

@@ -5,6 +5,7 @@
 #include <array>
 #include <cstring>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "core/GlobalState.h"
@@ -17,12 +18,8 @@ namespace {
 using namespace switchsim::dhcp6;
 using switchsim::ipv6;
 
-uint32_t m = 0;  // where a request writes whatever it answers
-uint32_t c = 0;
+uint32_t m = 0, c = 0;  // where a request writes whatever it answers
 
-uint32_t trustOf(uint32_t port) {
-    return dhcp6snooping_port_mode_get(port, &m) == 0 ? m : 99;
-}
 // "limit/count" of a VLAN.
 std::string vlanState(uint32_t vlan) {
     EXPECT_EQ(dhcp6snooping_vlan_maxclients_get(vlan, &m, &c), 0);
@@ -30,14 +27,12 @@ std::string vlanState(uint32_t vlan) {
 }
 
 enum Setter { Trust, PortLimit, VlanLimit };
-const std::array<std::string, 3> kSetterNames = {"Trust", "PortLimit", "VlanLimit"};
 
 // A setter asked to give the port or VLAN `where` the value, its answer, and what its getter reads for
 // `where` afterwards (-1: the getter refuses too).
 struct Setting {
     Setter setter;
-    uint32_t where;
-    uint32_t value;
+    uint32_t where, value;
     int32_t answer;
     int64_t readBack;
 };
@@ -55,24 +50,20 @@ int64_t readBack(const Setting &s) {
     return answer == 0 ? int64_t{m} : -1;
 }
 
-class SettingsTest : public DaemonTest {
+class SettingsTest : public StartedDaemonTest {
   protected:
     // Every port of the tables exists, so that the getters read each one back.
-    SettingsTest() : DaemonTest(switchsim::SwitchConfig{.portCount = 224, .absentPorts = {}}) {}
-    void SetUp() override { startDaemon(); }
+    SettingsTest() : StartedDaemonTest(switchsim::SwitchConfig{.portCount = 224, .absentPorts = {}}) {}
 };
 
 class SetterTest : public SettingsTest, public ::testing::WithParamInterface<Setting> {};
 
 TEST_P(SetterTest, AcceptedValueReadsBackAndARefusedRequestChangesNothing) {
     const auto settings = [] {
-        std::vector<uint32_t> values(std::begin(portTrustMode), std::end(portTrustMode));
-        values.insert(values.end(), std::begin(portIpSourceGuardMode), std::end(portIpSourceGuardMode));
-        values.insert(values.end(), std::begin(portMaxNum), std::end(portMaxNum));
-        values.insert(values.end(), std::begin(vlanMaxNum), std::end(vlanMaxNum));
-        return values;
+        return std::tuple(std::to_array(portTrustMode), std::to_array(portIpSourceGuardMode),
+                          std::to_array(portMaxNum), std::to_array(vlanMaxNum));
     };
-    const std::vector<uint32_t> before = settings();
+    const auto before = settings();
     EXPECT_EQ(apply(GetParam()), GetParam().answer);
     EXPECT_EQ(readBack(GetParam()), GetParam().readBack);
     if (GetParam().answer != 0) {
@@ -88,21 +79,21 @@ INSTANTIATE_TEST_SUITE_P(
                       Setting{PortLimit, 3, 2049, -1, 2048}, Setting{PortLimit, 0, 5, -1, -1},
                       Setting{PortLimit, 225, 5, -1, -1}, Setting{VlanLimit, 4094, 0, 0, 0},
                       Setting{VlanLimit, 1, 2049, -1, 2048}, Setting{VlanLimit, 0, 5, -1, -1},
-                      Setting{VlanLimit, 4095, 5, -1, -1}),
-    [](const auto &param) {
-        return kSetterNames.at(param.param.setter) + std::to_string(param.param.value) + "Of" +
-               std::to_string(param.param.where);
-    });
+                      Setting{VlanLimit, 4095, 5, -1, -1}));
 
-TEST_F(SettingsTest, GuardedPortCannotBeTrustedUntilItsGuardIsOff) {
+TEST_F(SettingsTest, TrustAndSourceGuardExcludeEachOther) {
     for (const uint32_t mode : {SOURCE_GUARD_IPV6, SOURCE_GUARD_IPV6_MAC, SOURCE_GUARD_IPV6_MAC_VLAN}) {
         ASSERT_EQ(set_ip6_source_guard_port_mode(3, mode), 0);
         EXPECT_EQ(dhcp6snooping_port_mode(3, 1), -1) << "mode " << mode;
-        EXPECT_EQ(trustOf(3), 0U);
+        EXPECT_EQ(readBack(Setting{Trust, 3, 0, 0, 0}), 0);
         ASSERT_EQ(set_ip6_source_guard_port_mode(3, SOURCE_GUARD_NONE), 0);
+        ASSERT_EQ(dhcp6snooping_port_mode(3, 1), 0);
+        const size_t calls = sw.filterCalls().size();
+        EXPECT_EQ(set_ip6_source_guard_port_mode(3, mode), -1) << "mode " << mode;
+        EXPECT_EQ(get_ip6_source_guard_port_mode(3, &m) == 0 ? m : 0, SOURCE_GUARD_NONE);
+        EXPECT_EQ(sw.filterCalls().size(), calls);
+        ASSERT_EQ(dhcp6snooping_port_mode(3, 0), 0);  // and the next round guards it again
     }
-    EXPECT_EQ(dhcp6snooping_port_mode(3, 1), 0);
-    EXPECT_EQ(trustOf(3), 1U);
 }
 
 TEST_F(SettingsTest, FastRemoveValueIsStoredAsGivenAndReportedBesideTheOnOffFlag) {
@@ -120,10 +111,8 @@ TEST_F(SettingsTest, FastRemoveValueIsStoredAsGivenAndReportedBesideTheOnOffFlag
 TEST(SmallSwitchTest, PortAboveThePortCountCanBeSetButNotReadBack) {
     switchsim::Switch sw(switchsim::SwitchConfig{.portCount = 8, .absentPorts = {}});
     ASSERT_EQ(dhcp6snoopingStartup("/sbin/dhcp6snooping"), 0);
-    EXPECT_EQ(dhcp6snooping_port_mode(20, 1), 0);
-    EXPECT_EQ(dhcp6snooping_port_maxclients(20, 5), 0);
-    EXPECT_EQ(dhcp6snooping_port_mode_get(20, &m), -1);
-    EXPECT_EQ(dhcp6snooping_port_maxclients_get(20, &m, &c), -1);
+    EXPECT_EQ(dhcp6snooping_port_mode(20, 1) + dhcp6snooping_port_maxclients(20, 5), 0);
+    EXPECT_EQ(dhcp6snooping_port_mode_get(20, &m) + dhcp6snooping_port_maxclients_get(20, &m, &c), -2);
     EXPECT_EQ(portTrustMode[portSlot(20)] + portMaxNum[portSlot(20)], 6U);
     EXPECT_EQ(dhcp6snooping_port_maxclients(8, 5), 0);
     EXPECT_EQ(readBack(Setting{PortLimit, 8, 0, 0, 0}), 5);
@@ -168,6 +157,7 @@ using ClientWalkTest = SnoopingTest;
 
 TEST_F(ClientWalkTest, VisitsTheAcknowledgedClientsInMacOrderWithUpToTenAddressesAndTheLifetimesLeft) {
     const auto clientMac = [](uint32_t n) { return switchsim::MacAddress{2, 0, 0, 0, 1, uint8_t(n)}; };
+    // The i-th address granted to client n, with its own valid lifetime.
     const auto address = [](uint32_t n, uint32_t i) {
         return "2001:db8::" + std::to_string(n) + ":" + std::to_string(i);
     };
@@ -177,17 +167,12 @@ TEST_F(ClientWalkTest, VisitsTheAcknowledgedClientsInMacOrderWithUpToTenAddresse
     std::vector<std::string> expected;
     for (uint32_t n = 1; n <= 30; n += n % 3 == 1 ? 1 : 2) {  // every third client is never acknowledged
         switchsim::Bytes granted;
-        expected.push_back(std::to_string(n) + " port " +
-                           std::to_string(clientFind(clientMac(n).data())->portIndex));
+        std::string &line = expected.emplace_back(std::to_string(n));
+        line.append(" port ").append(std::to_string(clientFind(clientMac(n).data())->portIndex));
         for (uint32_t i = 1; i <= (n == 7 ? 12 : 1 + n % 2); ++i) {
-            const switchsim::Bytes option = iaAddress(ipv6(address(n, i).c_str()), 50, 100 + i);
-            granted.insert(granted.end(), option.begin(), option.end());
+            granted = join({granted, iaAddress(ipv6(address(n, i).c_str()), 50, 100 + i)});
             if (i <= kClientSummaryLimit) {
-                expected.back()
-                    .append(" ")
-                    .append(address(n, i))
-                    .append("/128 ")
-                    .append(std::to_string(95 + i));
+                line.append(" ").append(address(n, i)).append("/128 ").append(std::to_string(95 + i));
             }
         }
         serverSends(REPLY, clientMac(n), kServerPort, iaNa(n, 0, 0, granted));
@@ -200,8 +185,9 @@ TEST_F(ClientWalkTest, VisitsTheAcknowledgedClientsInMacOrderWithUpToTenAddresse
     uint32_t count = 0;
     ClientAddressSummary summaries[16] = {};
     uint32_t lifetimes[16] = {};
+    int32_t answer = 0;
     while (walked.size() <= expected.size() &&
-           dhcp6snooping_get_nextclients_ext(mac, &m, &port, &count, summaries, lifetimes) == 0) {
+           (answer = dhcp6snooping_get_nextclients_ext(mac, &m, &port, &count, summaries, lifetimes)) == 0) {
         ASSERT_LE(count, kClientSummaryLimit);
         ASSERT_EQ(std::memcmp(mac, clientMac(0).data(), 5), 0);
         ASSERT_EQ(m, kVlan);
@@ -215,6 +201,7 @@ TEST_F(ClientWalkTest, VisitsTheAcknowledgedClientsInMacOrderWithUpToTenAddresse
         }
     }
     EXPECT_EQ(walked, expected);
+    EXPECT_EQ(answer, -1);
 
     std::memcpy(mac, clientMac(15).data(), sizeof mac);  // from an unacknowledged client on
     ASSERT_EQ(dhcp6snooping_get_nextclients_ext(mac, &m, &port, &count, summaries, lifetimes), 0);

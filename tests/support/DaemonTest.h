@@ -52,3 +52,10 @@ class DaemonTest : public ::testing::Test {
 
     switchsim::Switch sw;
 };
+
+// A DaemonTest with the daemon started.
+class StartedDaemonTest : public DaemonTest {
+  protected:
+    using DaemonTest::DaemonTest;
+    void SetUp() override { startDaemon(); }
+};

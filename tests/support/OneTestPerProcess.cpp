@@ -8,27 +8,20 @@
 #include <cstdio>
 #include <cstdlib>
 
-namespace {
-
-class OneTestPerProcess : public ::testing::EmptyTestEventListener {
-  public:
-    void OnTestStart(const ::testing::TestInfo &test) override {
-        if (++started_ > 1) {
-            std::fprintf(stderr,
-                         "\n%s.%s: each test needs a fresh daemon process. Run the tests through ctest, or "
-                         "name a single test with --gtest_filter.\n",
-                         test.test_suite_name(), test.name());
-            std::_Exit(2);
-        }
-    }
-
-  private:
-    int started_ = 0;
-};
-
-}  // namespace
-
 int main(int argc, char **argv) {
+    struct OneTestPerProcess : ::testing::EmptyTestEventListener {
+        int started = 0;
+        void OnTestStart(const ::testing::TestInfo &test) override {
+            if (++started > 1) {
+                std::fprintf(
+                    stderr,
+                    "\n%s.%s: each test needs a fresh daemon process. Run the tests through ctest, or "
+                    "name a single test with --gtest_filter.\n",
+                    test.test_suite_name(), test.name());
+                std::_Exit(2);
+            }
+        }
+    };
     ::testing::InitGoogleMock(&argc, argv);
     ::testing::UnitTest::GetInstance()->listeners().Append(new OneTestPerProcess);
     return RUN_ALL_TESTS();

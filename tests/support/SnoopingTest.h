@@ -2,6 +2,7 @@
 // A test with snooping on, on a 24-port switch: VLAN 10 holds ports 1 to 8, and a DHCPv6 server sits
 // behind trusted port 1, where the switch has learned its MAC.
 
+#include <cstring>
 #include <string>
 #include <vector>
 
@@ -58,11 +59,21 @@ class SnoopingTest : public DaemonTest {
         return ports;
     }
 
-    // The filters in place for single addresses, without those of snooping itself.
-    [[nodiscard]] std::vector<std::string> addressFilters() const {
+    // The filters in place for single addresses, and with `denyAll` the ports' deny-all filters, without
+    // those of snooping itself.
+    [[nodiscard]] std::vector<std::string> addressFilters(bool denyAll = false) const {
         std::vector<std::string> filters = sw.installedFilters();
-        std::erase_if(filters, [](const std::string &filter) { return !filter.starts_with("forward ip6 "); });
+        std::erase_if(filters, [denyAll](const std::string &filter) {
+            return !filter.starts_with("forward ip6 ") && !(denyAll && filter.starts_with("deny-all-ip6 "));
+        });
         return filters;
+    }
+    [[nodiscard]] size_t filterCallCount() const { return sw.filterCalls().size(); }
+
+    static Ipv6Address ip(const char *text) {
+        Ipv6Address address;
+        std::memcpy(address.octets, switchsim::ipv6(text).data(), sizeof address.octets);
+        return address;
     }
 
     // The bindings of the client, or nothing without a client.
