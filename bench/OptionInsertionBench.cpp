@@ -8,6 +8,7 @@
 #include <string_view>
 #include <vector>
 
+#include "CopyAndChecksumFloor.h"
 #include "core/Startup.h"
 #include "relay_option/InfoOptionConfig.h"
 #include "relay_option/OptionInsertion.h"
@@ -106,19 +107,9 @@ void BM_InsertATemplateOfFiveKeywordsAndRemoteId(benchmark::State &state) {
 }
 BENCHMARK(BM_InsertATemplateOfFiveKeywordsAndRemoteId);
 
-// Floor: copying the same frame and computing its UDP checksum.
 void BM_FloorCopyAndChecksumOfTheSolicit(benchmark::State &state) {
-    switchsim::Switch sw;
-    const BuiltFrame built = solicitOf300Bytes();
-    std::vector<uint8_t> copy(built.bytes.size());
-    const uint32_t udp = built.info.payloadOffset - 8U;
-    for (auto _ : state) {  // NOLINT(clang-analyzer-deadcode.DeadStores): the loop variable is unused
-        std::memcpy(copy.data(), built.bytes.data(), built.bytes.size());
-        benchmark::DoNotOptimize(udp6Checksum(copy.data() + 22, copy.data() + 38, copy.data() + udp,
-                                              static_cast<uint16_t>(copy.size() - udp)));
-        benchmark::ClobberMemory();
-    }
-    state.SetItemsProcessed(state.iterations());
+    const switchsim::Switch sw;
+    measureCopyAndChecksum(state, solicitOf300Bytes());
 }
 BENCHMARK(BM_FloorCopyAndChecksumOfTheSolicit);
 

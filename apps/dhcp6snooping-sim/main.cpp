@@ -11,6 +11,7 @@
 
 #include "Narrator.h"
 #include "OperatorView.h"
+#include "core/MainLoop.h"
 #include "core/SharedTypes.h"
 #include "core/Startup.h"
 #include "mgmt/PortVlanSettings.h"
@@ -209,11 +210,22 @@ void playScenario(switchsim::Switch &sw, const Cast &cast) {
     narrator.linkDown(6);
 }
 
-void printOperatorView(const switchsim::Switch &sw) {
+void printOperatorView(switchsim::Switch &sw) {
     heading("11. what the operator sees");
     printClientTable(sw.upSeconds());
     printClientCounts();
     printFilters(sw);
+    // The daemon's section of the running configuration, as the switch's configuration manager asks for it.
+    constexpr uint32_t kRunningConfigSpace = 8192;
+    sw.queueRunningConfigRequest(kRunningConfigSpace);
+    sw.runUntilIdle(dhcp6snoopingServeNextMessage);
+    std::printf("  running configuration:\n");
+    const std::string &text = sw.runningConfigAnswers().back().text;
+    for (size_t start = 0; start < text.size();) {
+        const size_t end = text.find("\r\n", start);
+        std::printf("    %s\n", text.substr(start, end - start).c_str());
+        start = end == std::string::npos ? text.size() : end + 2;
+    }
 }
 
 }  // namespace
