@@ -37,6 +37,7 @@ class Section {
         char piece[kPieceSize];
         va_list args;
         va_start(args, format);
+        // NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized): va_start has run just above
         const int length = std::vsnprintf(piece, sizeof piece, format, args);
         va_end(args);
         return length >= 0 && append(std::string_view(piece, static_cast<size_t>(length)));
