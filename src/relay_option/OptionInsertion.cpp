@@ -37,13 +37,13 @@ uint8_t *workingBuffer = nullptr;
 // Message types that travel toward the servers and carry relay information.
 bool takesOptions(uint8_t msgType) {
     switch (msgType) {
-        case 1:   // SOLICIT
-        case 3:   // REQUEST
-        case 4:   // CONFIRM
-        case 5:   // RENEW
-        case 6:   // REBIND
-        case 11:  // INFORMATION_REQUEST
-        case 12:  // RELAY_FORWARD
+        case MSG_SOLICIT:
+        case MSG_REQUEST:
+        case MSG_CONFIRM:
+        case MSG_RENEW:
+        case MSG_REBIND:
+        case MSG_INFORMATION_REQUEST:
+        case MSG_RELAY_FORWARD:
             return true;
         default:
             return false;

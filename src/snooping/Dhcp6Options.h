@@ -4,6 +4,23 @@
 
 #include <cstdint>
 
+// DHCPv6 message types.
+enum Dhcp6MessageType : uint8_t {
+    MSG_SOLICIT = 1,
+    MSG_ADVERTISE,
+    MSG_REQUEST,
+    MSG_CONFIRM,
+    MSG_RENEW,
+    MSG_REBIND,
+    MSG_REPLY,
+    MSG_RELEASE,
+    MSG_DECLINE,
+    MSG_RECONFIGURE,
+    MSG_INFORMATION_REQUEST,
+    MSG_RELAY_FORWARD,
+    MSG_RELAY_REPLY,
+};
+
 // Option codes the daemon reads or writes.
 inline constexpr uint16_t kOptionClientId = 1;
 inline constexpr uint16_t kOptionIaNa = 3;

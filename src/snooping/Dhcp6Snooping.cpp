@@ -15,22 +15,6 @@ constexpr uint16_t kSnoopedKindPlain = 0;
 constexpr uint16_t kSnoopedKindTagged = 1;
 constexpr uint32_t kWordLowBits = 0xFFFF;
 
-enum MessageType : uint8_t {
-    SOLICIT = 1,
-    ADVERTISE,
-    REQUEST,
-    CONFIRM,
-    RENEW,
-    REBIND,
-    REPLY,
-    RELEASE,
-    DECLINE,
-    RECONFIGURE,
-    INFORMATION_REQUEST,
-    RELAY_FORWARD,
-    RELAY_REPLY,
-};
-
 }  // namespace
 
 extern "C" {
@@ -68,27 +52,27 @@ int32_t dhcp6snoopingPktSnoop(SnoopPacket *packet, uint32_t payloadOffset, uint3
     }
     const MessageContext context{packet, &message, payloadOffset, vlanId, ingress + 1};
     switch (message.type) {
-        case SOLICIT:
-        case REQUEST:
-        case CONFIRM:
-        case RENEW:
-        case REBIND:
+        case MSG_SOLICIT:
+        case MSG_REQUEST:
+        case MSG_CONFIRM:
+        case MSG_RENEW:
+        case MSG_REBIND:
             handleClientMessage(context);
             break;
-        case REPLY:
+        case MSG_REPLY:
             handleReply(context);
             break;
-        case RELEASE:
-        case DECLINE:
+        case MSG_RELEASE:
+        case MSG_DECLINE:
             handleRelease(context);
             break;
-        case ADVERTISE:
-        case RECONFIGURE:
-        case RELAY_REPLY:
+        case MSG_ADVERTISE:
+        case MSG_RECONFIGURE:
+        case MSG_RELAY_REPLY:
             handleServerMessage(context);
             break;
-        case INFORMATION_REQUEST:
-        case RELAY_FORWARD:
+        case MSG_INFORMATION_REQUEST:
+        case MSG_RELAY_FORWARD:
             dhcp6snoopingSendToServers(packet, static_cast<uint16_t>(vlanId), ingress, payloadOffset);
             break;
         default:
