@@ -70,8 +70,8 @@ void resetAll(bool filtersMustBeGone) {
     }
     infoOptionConfig.strategy = STRATEGY_REPLACE;
     if (filtersMustBeGone) {
-        for (const std::string &filter : sw.installedFilters()) {
-            std::fprintf(stderr, "left behind: %s\n", filter.c_str());
+        for (const switchsim::Filter &filter : sw.installedFilters()) {
+            std::fprintf(stderr, "left behind: %s\n", filter.text().c_str());
         }
         require(sw.installedFilters().empty());
     }

@@ -1,7 +1,8 @@
 // Writes the seed corpus of a fuzz target into the folder given, one file per seed: "options" gets options
 // areas and "receive" runs of frames with their switch state, both made by the frame builder; "management"
 // gets remote calls and raw messages, "source_guard" steps of the source-guard sequence, "template" template
-// texts and "insertion" option settings with client messages.
+// texts, "insertion" option settings with client messages, "config_round_trip" configuration steps and "mib"
+// MIB requests.
 
 #include <cstdio>
 #include <fstream>
@@ -93,6 +94,18 @@ std::map<std::string_view, std::vector<Bytes>> seeds() {
          {join({Bytes{64}, text("%cvlan-%port")}), join({Bytes{255}, text("%sysip %switchmac %clientduid")}),
           join({Bytes{5}, text("vlan%cvlan")}),
           join({Bytes{200}, text("%portname/%iftype/%slot.%subslot")})}},
+        // Steps of a configuration: kind byte, then its arguments.
+        {"config_round_trip",
+         {join({Bytes{0, 1} /* snooping on */, Bytes{1, 0} /* fast-remove off */,
+                Bytes{2, 1, 1} /* trust 2 */, Bytes{3, 2, 1} /* guard 3, ipv6-mac */,
+                Bytes{4, 3, 0, 10} /* port 4 limit 10 */, Bytes{5, 1, 0, 100} /* VLAN 2 limit 100 */,
+                Bytes{6, 0, 1, 1} /* option 18 on */,
+                Bytes{6, 1, 1, 3, 3, 'a', '"', 'b'} /* interface-id string */,
+                Bytes{6, 1, 0, 4, 3, 5, 0, 1, 3} /* remote-id template */,
+                Bytes{7, 0, 9, 0} /* exempt VLAN 10 */,
+                Bytes{8, 1, 0, 2, 3, 4, 0, 10} /* binding, every field */}),
+          join({Bytes{6, 1, 1, 0, 192, 0, 2, 1}, Bytes{6, 1, 0, 1}, Bytes{8, 2, 0, 0, 0},
+                Bytes{8, 3, 0, 1, 1}, Bytes{8, 4, 0, 1, 2, 5}})}},
         {"insertion",
          {join({settings, Bytes{SOLICIT, 2}, clientIdOption, end, Bytes{REQUEST, 3}, oldInterfaceId,
                 clientIdOption, end}),

@@ -2,14 +2,13 @@
 
 #include <bit>
 #include <cstring>
+#include <optional>
 #include <set>
 #include <string>
 #include <vector>
 
 #include "core/GlobalState.h"
-#include "core/MacText.h"
 #include "mgmt/PortVlanSettings.h"
-#include "platform/VosApi.h"
 #include "snooping/BulkRemoval.h"
 #include "snooping/ClientTable.h"
 #include "snooping/SnoopingOnOff.h"
@@ -23,6 +22,7 @@ namespace fuzz {
 namespace {
 
 using switchsim::Bytes;
+using switchsim::Filter;
 using switchsim::MacAddress;
 namespace dhcp6 = switchsim::dhcp6;
 
@@ -136,21 +136,14 @@ void step(Input &input) {
     kSteps[input.byte() % std::size(kSteps)](input);
 }
 
-std::string forwardFilter(const uint8_t *address, const uint8_t *mac, uint32_t port, uint32_t vlan) {
-    char text[64] = {};
-    vosInetNtop(VOS_AF_INET6, address, text, sizeof text);
-    std::string filter = "forward ip6 ";
-    filter += text;
+// The filter forwarding `address`, from `mac` when there is one, on `port` in `vlan`.
+Filter forwardFilter(const uint8_t (&address)[16], const uint8_t *mac, uint32_t port, uint32_t vlan) {
+    std::optional<MacAddress> from;
     if (mac != nullptr) {
-        filter.append(" mac ").append(macText(mac).text);
+        from = MacAddress{};
+        std::memcpy(from->data(), mac, from->size());
     }
-    if (port != 0) {
-        filter.append(" port ").append(std::to_string(port));
-    }
-    if (vlan != 0) {
-        filter.append(" vlan ").append(std::to_string(vlan));
-    }
-    return filter;
+    return Filter::forward(std::bit_cast<switchsim::Ipv6Bytes>(address), from, port, vlan);
 }
 
 bool guarded(uint32_t port) {
@@ -158,14 +151,14 @@ bool guarded(uint32_t port) {
 }
 
 // What the switch must hold for the daemon's state as it is now.
-std::set<std::string> impliedFilters() {
-    std::set<std::string> filters;
+std::set<Filter> impliedFilters() {
+    std::set<Filter> filters;
     if (dhcp6snoopingOnOff == 1) {
-        filters.insert({"dhcp6-trap", "forward icmp6-nd"});
+        filters.insert({Filter::dhcp6Trap(), Filter::neighbourDiscovery()});
     }
     for (uint32_t port = 1; port <= kPorts; ++port) {
         if (guarded(port)) {
-            filters.insert("deny-all-ip6 port " + std::to_string(port));
+            filters.insert(Filter::denyAll(port));
         }
     }
     for (const StaticBindEntry *binding = staticBindList.next; binding != &staticBindList;
@@ -188,27 +181,27 @@ std::set<std::string> impliedFilters() {
     }
     for (uint32_t vlan = kFirstVlan; vlan <= kLastVlan; ++vlan) {
         if (no_ip6_source_guard_vlan_get(vlan) == 1) {
-            filters.insert("forward vlan " + std::to_string(vlan));
+            filters.insert(Filter::exemptVlan(vlan));
         }
     }
     return filters;
 }
 
 // The filters of `from` that `other` lacks, each in brackets.
-std::string lacking(const std::set<std::string> &from, const std::set<std::string> &other) {
+std::string lacking(const std::set<Filter> &from, const std::set<Filter> &other) {
     std::string text;
-    for (const std::string &filter : from) {
+    for (const Filter &filter : from) {
         if (!other.contains(filter)) {
-            text.append(" [").append(filter).append("]");
+            text.append(" [").append(filter.text()).append("]");
         }
     }
     return text;
 }
 
 std::optional<std::string> mismatch(const std::string &when) {
-    const std::vector<std::string> installed = fuzzSwitch().installedFilters();
-    const std::set<std::string> held(installed.begin(), installed.end());
-    const std::set<std::string> implied = impliedFilters();
+    const std::vector<Filter> installed = fuzzSwitch().installedFilters();
+    const std::set<Filter> held(installed.begin(), installed.end());
+    const std::set<Filter> implied = impliedFilters();
     if (held != implied) {
         return when + ": the switch holds" + lacking(held, implied) + " too many, and lacks" +
                lacking(implied, held);

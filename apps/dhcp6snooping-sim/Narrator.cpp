@@ -76,9 +76,9 @@ std::vector<std::string> clientMacTexts() {
 }
 
 // What is in `after` but not in `before`; both sorted.
-std::vector<std::string> added(const std::vector<std::string> &before,
-                               const std::vector<std::string> &after) {
-    std::vector<std::string> result;
+template <typename Item>
+std::vector<Item> added(const std::vector<Item> &before, const std::vector<Item> &after) {
+    std::vector<Item> result;
     std::ranges::set_difference(after, before, std::back_inserter(result));
     return result;
 }
@@ -197,12 +197,12 @@ void Narrator::printTraces() {
 }
 
 void Narrator::printFilterChanges() {
-    const std::vector<std::string> now = sw_.installedFilters();
-    for (const std::string &filter : added(filters_, now)) {
-        std::printf("      filter installed: %s\n", filter.c_str());
+    const std::vector<switchsim::Filter> now = sw_.installedFilters();
+    for (const switchsim::Filter &filter : added(filters_, now)) {
+        std::printf("      filter installed: %s\n", filter.text().c_str());
     }
-    for (const std::string &filter : added(now, filters_)) {
-        std::printf("      filter removed:   %s\n", filter.c_str());
+    for (const switchsim::Filter &filter : added(now, filters_)) {
+        std::printf("      filter removed:   %s\n", filter.text().c_str());
     }
     filters_ = now;
 }

@@ -33,6 +33,6 @@ class Narrator {
     switchsim::Switch &sw_;
     uint32_t vlan_;
     size_t syslogSeen_ = 0;
-    std::vector<std::string> filters_;
+    std::vector<switchsim::Filter> filters_;
     std::vector<std::string> clients_;
 };

@@ -74,7 +74,7 @@ void printClientCounts() {
 
 void printFilters(const switchsim::Switch &sw) {
     std::printf("  filters installed:\n");
-    for (const std::string &filter : sw.installedFilters()) {
-        std::printf("    %s\n", filter.c_str());
+    for (const switchsim::Filter &filter : sw.installedFilters()) {
+        std::printf("    %s\n", filter.text().c_str());
     }
 }

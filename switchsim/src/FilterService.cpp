@@ -1,7 +1,9 @@
-// The filter resource service of the simulated switch. It records every call with its arguments in the
-// order passed and keeps the set of filters in place: installing a filter that is there already answers
-// 0, removing one that is not there answers kNoSuchFilter.
+// The filter resource service of the simulated switch. It records every call with the filter it asks for
+// and keeps the set of filters in place: installing a filter that is there already answers 0, removing one
+// that is not there answers kNoSuchFilter.
 
+#include <cstring>
+#include <ostream>
 #include <string>
 
 #include "SimState.h"
@@ -14,32 +16,24 @@ namespace {
 constexpr int32_t kBadArgument = -1;
 constexpr int32_t kNoSuchFilter = -2;
 
-enum class Change { Install, Remove };
-
-std::string join(std::initializer_list<std::string> parts) {
-    std::string text;
-    for (const std::string &part : parts) {
-        text += (text.empty() ? "" : ", ") + part;
+// Serves one call: a planned failure, a refused argument, or the change to the filters in place.
+int32_t serve(FilterCall call, bool argumentsValid) {
+    auto &sim = activeSim();
+    if (const auto failure = sim.failures.take(call.function, call.filter)) {
+        call.result = *failure;
+    } else if (!argumentsValid || !call.change) {
+        call.result = kBadArgument;
+    } else if (*call.change == FilterChange::Install) {
+        sim.installedFilters.insert(call.filter);
+    } else if (sim.installedFilters.erase(call.filter) == 0) {
+        call.result = kNoSuchFilter;
     }
-    return text;
+    sim.filterCalls.push_back(std::move(call));
+    return sim.filterCalls.back().result;
 }
 
-// Serves one call: a planned failure, a refused argument, or the change to the filters in place.
-int32_t serve(const char *function, std::string arguments, bool argumentsValid, Change change,
-              const std::string &filter) {
-    auto &sim = activeSim();
-    int32_t result = 0;
-    if (const auto failure = sim.failures.take(function)) {
-        result = *failure;
-    } else if (!argumentsValid) {
-        result = kBadArgument;
-    } else if (change == Change::Install) {
-        sim.installedFilters.insert(filter);
-    } else if (sim.installedFilters.erase(filter) == 0) {
-        result = kNoSuchFilter;
-    }
-    sim.filterCalls.push_back({function, std::move(arguments), result});
-    return result;
+int32_t ask(const char *function, FilterChange change, const Filter &filter, bool argumentsValid = true) {
+    return serve({.function = function, .change = change, .filter = filter}, argumentsValid);
 }
 
 // While address filters are only counted, a call succeeds at once and nothing of it is kept.
@@ -49,120 +43,153 @@ bool onlyCounted() {
     return !sim.keepAddressFilters;
 }
 
-std::string forward(const uint8_t *address, const uint8_t *mac, const std::string &port,
-                    const std::string &vlan) {
-    std::string filter = "forward ip6 " + ipv6Text(address);
+// The address or MAC a call passed; a null one, which the call is refused for, as zeros.
+Ipv6Bytes addressAt(const uint8_t *address) {
+    Ipv6Bytes bytes{};
+    if (address != nullptr) {
+        std::memcpy(bytes.data(), address, bytes.size());
+    }
+    return bytes;
+}
+MacAddress macAt(const uint8_t *mac) {
+    MacAddress bytes{};
     if (mac != nullptr) {
-        filter += " mac " + macText(mac);
+        std::memcpy(bytes.data(), mac, bytes.size());
     }
-    if (!port.empty()) {
-        filter += " port " + port;
-    }
-    if (!vlan.empty()) {
-        filter += " vlan " + vlan;
-    }
-    return filter;
+    return bytes;
 }
 
-int32_t globalIp(const char *function, Change change, const uint8_t *address) {
+// The global address-only calls, which carry no MAC.
+int32_t addressOnly(const char *function, FilterChange change, const uint8_t *address) {
     if (onlyCounted()) {
         return 0;
     }
-    return serve(function, ipv6Text(address), address != nullptr, change, forward(address, nullptr, "", ""));
+    return ask(function, change, Filter::forward(addressAt(address)), address != nullptr);
 }
 
-int32_t globalIpMac(const char *function, Change change, const uint8_t *mac, const uint8_t *address) {
+// The other calls for one address: the global ones carry no port, and only the _new ones carry a VLAN.
+int32_t addressAndMac(const char *function, FilterChange change, const uint8_t *mac, const uint8_t *address,
+                      uint32_t port = 0, uint32_t vlan = 0) {
     if (onlyCounted()) {
         return 0;
     }
-    return serve(function, join({macText(mac), ipv6Text(address)}), mac != nullptr && address != nullptr,
-                 change, forward(address, mac, "", ""));
+    return ask(function, change, Filter::forward(addressAt(address), macAt(mac), port, vlan),
+               mac != nullptr && address != nullptr);
 }
 
-int32_t portIpMac(const char *function, Change change, uint32_t port, const uint8_t *mac,
-                  const uint8_t *address) {
-    if (onlyCounted()) {
-        return 0;
+std::optional<FilterChange> changeOf(uint32_t operation) {
+    if (operation == FILTER_OP_ENABLE) {
+        return FilterChange::Install;
     }
-    const std::string portText = std::to_string(port);
-    return serve(function, join({portText, macText(mac), ipv6Text(address)}),
-                 mac != nullptr && address != nullptr, change, forward(address, mac, portText, ""));
-}
-
-int32_t portIpMacVlan(const char *function, Change change, uint32_t port, const uint8_t *mac,
-                      const uint8_t *address, uint32_t vlan) {
-    if (onlyCounted()) {
-        return 0;
+    if (operation == FILTER_OP_DISABLE) {
+        return FilterChange::Remove;
     }
-    const std::string portText = std::to_string(port);
-    const std::string vlanText = std::to_string(vlan);
-    return serve(function, join({portText, macText(mac), ipv6Text(address), vlanText}),
-                 mac != nullptr && address != nullptr, change, forward(address, mac, portText, vlanText));
+    return std::nullopt;
 }
 
 // The calls that switch a filter on with FILTER_OP_ENABLE and off with FILTER_OP_DISABLE.
-int32_t operate(const char *function, std::string arguments, uint32_t operation, const std::string &filter) {
-    const bool known = operation == FILTER_OP_ENABLE || operation == FILTER_OP_DISABLE;
-    return serve(function, std::move(arguments), known,
-                 operation == FILTER_OP_ENABLE ? Change::Install : Change::Remove, filter);
+int32_t operate(const char *function, uint32_t operation, const Filter &filter) {
+    return serve(
+        {.function = function, .change = changeOf(operation), .operation = operation, .filter = filter},
+        true);
 }
 
-std::string vlanOnly(uint16_t vlan) {
-    return "forward vlan " + std::to_string(vlan);
+std::string forwardText(const Filter &filter) {
+    std::string text = "forward ip6 " + ipv6Text(filter.address.data());
+    if (filter.mac) {
+        text += " mac " + macText(filter.mac->data());
+    }
+    if (filter.port != 0) {
+        text += " port " + std::to_string(filter.port);
+    }
+    if (filter.vlan != 0) {
+        text += " vlan " + std::to_string(filter.vlan);
+    }
+    return text;
 }
 
-constexpr char kNeighbourDiscovery[] = "forward icmp6-nd";
+std::string askedText(const FilterCall &call) {
+    if (!call.change) {
+        return "operation " + std::to_string(call.operation.value_or(0));
+    }
+    return *call.change == FilterChange::Install ? "install" : "remove";
+}
 
 }  // namespace
+
+std::string Filter::text() const {
+    switch (kind) {
+        case FilterKind::Dhcp6Trap:
+            return "dhcp6-trap";
+        case FilterKind::NeighbourDiscovery:
+            return "forward icmp6-nd";
+        case FilterKind::ExemptVlan:
+            return "forward vlan " + std::to_string(vlan);
+        case FilterKind::DenyAllIp6:
+            return "deny-all-ip6 port " + std::to_string(port);
+        case FilterKind::ForwardIp6:
+            break;
+    }
+    return forwardText(*this);
+}
+
+std::ostream &operator<<(std::ostream &out, const Filter &filter) {
+    return out << filter.text();
+}
+
+std::string FilterCall::text() const {
+    return function + ": " + askedText(*this) + " " + filter.text() + " = " + std::to_string(result);
+}
+
 }  // namespace switchsim
 
-using switchsim::Change;
+using switchsim::Filter;
+using switchsim::FilterChange;
 
 extern "C" {
 
 int32_t FRM_InstallGlobalForwardIp6AddrOnlyFilterResource(const uint8_t *address) {
-    return switchsim::globalIp(__func__, Change::Install, address);
+    return switchsim::addressOnly(__func__, FilterChange::Install, address);
 }
 int32_t FRM_RemoveGlobalForwardIp6AddrOnlyFilterResource(const uint8_t *address) {
-    return switchsim::globalIp(__func__, Change::Remove, address);
+    return switchsim::addressOnly(__func__, FilterChange::Remove, address);
 }
 int32_t FRM_InstallGlobalForwardIp6AddrFilterResource(const uint8_t *mac, const uint8_t *address) {
-    return switchsim::globalIpMac(__func__, Change::Install, mac, address);
+    return switchsim::addressAndMac(__func__, FilterChange::Install, mac, address);
 }
 int32_t FRM_RemoveGlobalForwardIp6AddrFilterResource(const uint8_t *mac, const uint8_t *address) {
-    return switchsim::globalIpMac(__func__, Change::Remove, mac, address);
+    return switchsim::addressAndMac(__func__, FilterChange::Remove, mac, address);
 }
 int32_t FRM_InstallForwardIp6AddrFilterResource(uint32_t port, const uint8_t *mac, const uint8_t *address) {
-    return switchsim::portIpMac(__func__, Change::Install, port, mac, address);
+    return switchsim::addressAndMac(__func__, FilterChange::Install, mac, address, port);
 }
 int32_t FRM_RemoveForwardIp6AddrFilterResource(uint32_t port, const uint8_t *mac, const uint8_t *address) {
-    return switchsim::portIpMac(__func__, Change::Remove, port, mac, address);
+    return switchsim::addressAndMac(__func__, FilterChange::Remove, mac, address, port);
 }
 int32_t FRM_InstallForwardIp6AddrFilterResource_new(uint32_t port, const uint8_t *mac, const uint8_t *address,
                                                     uint32_t vlan) {
-    return switchsim::portIpMacVlan(__func__, Change::Install, port, mac, address, vlan);
+    return switchsim::addressAndMac(__func__, FilterChange::Install, mac, address, port, vlan);
 }
 int32_t FRM_RemoveForwardIp6AddrFilterResource_new(uint32_t port, const uint8_t *mac, const uint8_t *address,
                                                    uint32_t vlan) {
-    return switchsim::portIpMacVlan(__func__, Change::Remove, port, mac, address, vlan);
+    return switchsim::addressAndMac(__func__, FilterChange::Remove, mac, address, port, vlan);
 }
 int32_t FRM_OperateDhcp6FilterResource(uint32_t operation) {
-    return switchsim::operate(__func__, std::to_string(operation), operation, "dhcp6-trap");
+    return switchsim::operate(__func__, operation, Filter::dhcp6Trap());
 }
 int32_t FRM_InstallGlobalForwardIcmp6NdFilterResource(void) {
-    return switchsim::serve(__func__, "", true, Change::Install, switchsim::kNeighbourDiscovery);
+    return switchsim::ask(__func__, FilterChange::Install, Filter::neighbourDiscovery());
 }
 int32_t FRM_RemoveGlobalForwardIcmp6NdFilterResource(void) {
-    return switchsim::serve(__func__, "", true, Change::Remove, switchsim::kNeighbourDiscovery);
+    return switchsim::ask(__func__, FilterChange::Remove, Filter::neighbourDiscovery());
 }
 int32_t FRM_OperatePortDenyAllIp6FilterResource(uint32_t operation, uint32_t port) {
-    return switchsim::operate(__func__, std::to_string(operation) + ", " + std::to_string(port), operation,
-                              "deny-all-ip6 port " + std::to_string(port));
+    return switchsim::operate(__func__, operation, Filter::denyAll(port));
 }
 int32_t FRM_InstallGlobalForwardIp6VidOnlyFilterResource(uint16_t vlan) {
-    return switchsim::serve(__func__, std::to_string(vlan), true, Change::Install, switchsim::vlanOnly(vlan));
+    return switchsim::ask(__func__, FilterChange::Install, Filter::exemptVlan(vlan));
 }
 int32_t FRM_RemoveGlobalForwardIp6VidOnlyFilterResource(uint16_t vlan) {
-    return switchsim::serve(__func__, std::to_string(vlan), true, Change::Remove, switchsim::vlanOnly(vlan));
+    return switchsim::ask(__func__, FilterChange::Remove, Filter::exemptVlan(vlan));
 }
 }

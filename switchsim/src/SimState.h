@@ -50,15 +50,18 @@ struct QueueDrained {};
 // Results that named platform calls answer instead of doing their work.
 class FailurePlan {
   public:
-    void add(std::string_view call, int32_t result, uint32_t times);
-    // The result to answer for this call of `call`, when one is planned.
-    std::optional<int32_t> take(std::string_view call);
+    // A target is for filter service calls only (Switch::failFilterCall).
+    void add(std::string_view call, int32_t result, uint32_t times, const FilterTarget &target = {});
+    // The result to answer for this call of `call`, when one is planned and, for a filter service call, is
+    // aimed at the `filter` it asks for.
+    std::optional<int32_t> take(std::string_view call, const Filter &filter = {});
     void clear();
 
   private:
     struct Planned {
         int32_t result;
         uint32_t times;
+        FilterTarget target;
     };
     std::map<std::string, Planned, std::less<>> planned_;
 };
@@ -161,7 +164,7 @@ struct SimState {
 
     // Filter service.
     std::vector<FilterCall> filterCalls;
-    std::set<std::string> installedFilters;
+    std::set<Filter> installedFilters;
     bool keepAddressFilters = true;
     uint64_t addressFilterCallCount = 0;
 
@@ -176,6 +179,7 @@ struct SimState {
     std::vector<std::string> console;
     std::vector<SyslogLine> syslog;
     std::vector<RunningConfigAnswer> runningConfigAnswers;
+
 };
 
 // The state of the Switch that exists now; a platform call made without one is a broken test and aborts.

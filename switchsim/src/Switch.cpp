@@ -23,6 +23,11 @@ void release(Record &record) {
     Record().swap(record);
 }
 
+bool aimedAt(const FilterTarget &target, const Filter &filter) {
+    return target.port.value_or(filter.port) == filter.port &&
+           target.vlan.value_or(filter.vlan) == filter.vlan;
+}
+
 }  // namespace
 
 SimState &activeSim() {
@@ -33,13 +38,13 @@ SimState &activeSim() {
     return *active;
 }
 
-void FailurePlan::add(std::string_view call, int32_t result, uint32_t times) {
-    planned_.insert_or_assign(std::string(call), Planned{result, times});
+void FailurePlan::add(std::string_view call, int32_t result, uint32_t times, const FilterTarget &target) {
+    planned_.insert_or_assign(std::string(call), Planned{result, times, target});
 }
 
-std::optional<int32_t> FailurePlan::take(std::string_view call) {
+std::optional<int32_t> FailurePlan::take(std::string_view call, const Filter &filter) {
     const auto found = planned_.find(call);
-    if (found == planned_.end() || found->second.times == 0) {
+    if (found == planned_.end() || found->second.times == 0 || !aimedAt(found->second.target, filter)) {
         return std::nullopt;
     }
     --found->second.times;
@@ -91,11 +96,12 @@ void Switch::failAllocations(uint32_t times) {
     state_->failures.add("vosCalloc", 0, times);
 }
 
-void Switch::failFilterCall(std::string_view function, int32_t result, uint32_t times) {
+void Switch::failFilterCall(std::string_view function, int32_t result, uint32_t times,
+                            const FilterTarget &target) {
     if (!function.starts_with("FRM_")) {
         throw std::invalid_argument("switchsim: not a filter service call: " + std::string(function));
     }
-    state_->failures.add(function, result, times);
+    state_->failures.add(function, result, times, target);
 }
 
 void Switch::queueMessage(Bytes message) {
@@ -192,7 +198,7 @@ const std::vector<PacketRegistration> &Switch::packetRegistrations() const {
 const std::vector<FilterCall> &Switch::filterCalls() const {
     return state_->filterCalls;
 }
-std::vector<std::string> Switch::installedFilters() const {
+std::vector<Filter> Switch::installedFilters() const {
     return {state_->installedFilters.begin(), state_->installedFilters.end()};
 }
 const std::vector<SyslogLine> &Switch::syslogLines() const {
@@ -229,10 +235,6 @@ uint64_t Switch::addressFilterCallCount() const {
 
 uint32_t Switch::upSeconds() const {
     return state_->upSeconds;
-}
-
-std::string FilterCall::text() const {
-    return function + "(" + arguments + ") = " + std::to_string(result);
 }
 
 }  // namespace switchsim

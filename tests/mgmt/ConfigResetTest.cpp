@@ -3,6 +3,7 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 
@@ -21,7 +22,9 @@ using ::testing::IsEmpty;
 
 class ConfigResetTest : public SnoopingTest {
   protected:
-    // Ports 2 to 4 trusted, guarded and limited, VLAN 10 limited, options on, VLAN 100 exempt, a binding.
+    static constexpr VlanId kExempt[] = {10, 100, 200};
+
+    // Ports 2 to 4 trusted, guarded and limited, VLAN 10 limited, options on, kExempt exempt, a binding.
     void configureRichly() {
         ASSERT_EQ(dhcp6snooping_port_mode(2, 1), 0);
         ASSERT_EQ(set_ip6_source_guard_port_mode(3, SOURCE_GUARD_IPV6_MAC), 0);
@@ -39,7 +42,9 @@ class ConfigResetTest : public SnoopingTest {
         }
         VlanBitmap vlans{};
         VlanBitmap failed{};
-        vlanBitmapAdd(vlans, 100);
+        for (const VlanId vlan : kExempt) {
+            vlanBitmapAdd(vlans, vlan);
+        }
         ASSERT_EQ(ip6_source_guard_vlanlist_config(0, &vlans, &failed), 0);
         Ipv6Address address{};
         address.octets[15] = 1;
@@ -84,17 +89,22 @@ TEST_F(ConfigResetTest, RichConfigurationComesBackToEveryDefaultWithItsFiltersRe
 
 TEST_F(ConfigResetTest, VlanThatCannotBeReleasedIsPrintedAndStopsTheReset) {
     configureRichly();
-    sw.failFilterCall("FRM_RemoveGlobalForwardIp6VidOnlyFilterResource", -4);
+    sw.failFilterCall("FRM_RemoveGlobalForwardIp6VidOnlyFilterResource", -4, 1, {.vlan = 100});
     EXPECT_EQ(dhcp6snooping_reset_config(), -1);
     EXPECT_THAT(sw.consoleLines(), ElementsAre("\r\n Failed to free ACL resouce for vlan 100 .\n"));
-    // The bindings went first; everything after the VLANs stays.
+    // The bindings went first, then the VLANs but 100 with their filters; everything after the VLANs stays.
     EXPECT_EQ(ip6v6_source_guard_bind_entry_num_get(), 0);
     uint32_t mode = 0;
     get_ip6_source_guard_port_mode(3, &mode);
     EXPECT_EQ(mode, SOURCE_GUARD_IPV6_MAC);
     EXPECT_EQ(dhcp6snoopingPortDownAction, 0U);
     EXPECT_EQ(dhcp6snoopingOnOff, 1U);
-    EXPECT_EQ(no_ip6_source_guard_vlan_get(100), 1);
+    for (const VlanId vlan : kExempt) {
+        const int32_t kept = vlan == 100 ? 1 : 0;
+        EXPECT_EQ(no_ip6_source_guard_vlan_get(vlan), kept) << vlan;
+        EXPECT_EQ(std::ranges::count(sw.installedFilters(), switchsim::Filter::exemptVlan(vlan)), kept)
+            << vlan;
+    }
 }
 
 }  // namespace

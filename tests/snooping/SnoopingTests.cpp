@@ -32,6 +32,7 @@ namespace {
 
 using namespace switchsim::dhcp6;
 using switchsim::Bytes;
+using switchsim::Filter;
 using switchsim::ipv6;
 using ::testing::Contains;
 using ::testing::ElementsAre;
@@ -403,8 +404,7 @@ TEST_F(SnoopingDecisionTest, ReleaseOfTheLastAddressDeletesTheClientAndIsForward
     takeSent();
     clientSends(RELEASE, kClient, 3, iaNa(1, 0, 0, iaAddress(kAddress2, 0, 0)));
     EXPECT_THAT(bindingsOf(kClient), ElementsAre("2001:db8::1/128 100/200"));
-    EXPECT_THAT(addressFilters(),
-                ElementsAre("forward ip6 2001:db8::1 mac 02:00:00:00:00:01 port 3 vlan 10"));
+    EXPECT_THAT(addressFilters(), ElementsAre(Filter::forward(kAddress1, kClient, 3, kVlan)));
 
     // From the trusted port the guard mode of port 1 decides: no filter is removed, the client still goes.
     clientSends(DECLINE, kClient, kServerPort, iaNa(1, 0, 0, iaAddress(kAddress1, 0, 0)));
@@ -434,7 +434,7 @@ TEST_F(SnoopingDecisionTest, StoppingForgetsEveryClientWithItsCountsAndFiltersAn
         EXPECT_EQ(registration.result, 0);
     }
     EXPECT_EQ(clientFirst(), nullptr);
-    EXPECT_THAT(sw.installedFilters(), ElementsAre("deny-all-ip6 port 3"));  // the guard stays
+    EXPECT_THAT(sw.installedFilters(), ElementsAre(Filter::denyAll(3)));  // the guard stays
     EXPECT_EQ(countOn(3) + countOn(4) + vlanClientCount[kVlan], 0U);
     for (uint8_t type = 0; type <= RELAY_REPLY; ++type) {
         clientSends(type, kClient, 3);
@@ -563,8 +563,7 @@ TEST_F(AgingTest, BindingGoesWithItsFilterOneSecondBeforeItsLifetimeEndsAndTheCl
     EXPECT_EQ(addressFilters().size(), 2U);
     tick(1);
     EXPECT_THAT(bindingsOf(kClient), ElementsAre("2001:db8::2/128 9/5"));
-    EXPECT_THAT(addressFilters(),
-                ElementsAre("forward ip6 2001:db8::2 mac 02:00:00:00:00:01 port 3 vlan 10"));
+    EXPECT_THAT(addressFilters(), ElementsAre(Filter::forward(kAddress2, kClient, 3, kVlan)));
     EXPECT_THAT(traces(), Contains("\r\n dhcpv6 snooping timer delete user:mac 02:00:00:00:00:01, ipv6 "
                                    "address/prefix : 2001:db8::1"));
     tick(4);

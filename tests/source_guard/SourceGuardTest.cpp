@@ -26,7 +26,9 @@
 namespace {
 
 using namespace switchsim::dhcp6;
+using switchsim::Filter;
 using switchsim::ipv6;
+using switchsim::mac;
 using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
@@ -65,11 +67,11 @@ TEST_F(PortModeTest, EveryPortBindingsAreFilteredWhileAnyPortIsGuardedAndAPortsO
     bind("2001:db8:a::3", "02:00:00:00:0a:03", 3, kVlan);
     bind("2001:db8:a::4", nullptr, 3, 0);
     bind("2001:db8:a::5", "02:00:00:00:0a:05", 5, kVlan);
-    const std::string every1 = "forward ip6 2001:db8:a::1";
-    const std::string every2 = "forward ip6 2001:db8:a::2 mac 02:00:00:00:0a:02";
-    const std::string own3 = "forward ip6 2001:db8:a::3 mac 02:00:00:00:0a:03 port 3 vlan 10";
-    const std::string own3NoVlan = "forward ip6 2001:db8:a::4 mac 00:00:00:00:00:00 port 3";
-    const std::string own5 = "forward ip6 2001:db8:a::5 mac 02:00:00:00:0a:05 port 5 vlan 10";
+    const Filter every1 = Filter::forward(ipv6("2001:db8:a::1"));
+    const Filter every2 = Filter::forward(ipv6("2001:db8:a::2"), mac("02:00:00:00:0a:02"));
+    const Filter own3 = Filter::forward(ipv6("2001:db8:a::3"), mac("02:00:00:00:0a:03"), 3, kVlan);
+    const Filter own3NoVlan = Filter::forward(ipv6("2001:db8:a::4"), switchsim::MacAddress{}, 3);
+    const Filter own5 = Filter::forward(ipv6("2001:db8:a::5"), mac("02:00:00:00:0a:05"), 5, kVlan);
     // Sets the mode of the port and expects the change to take that many filter-service calls.
     const auto change = [this](uint32_t port, uint32_t mode, size_t callCount) {
         const size_t before = filterCallCount();
@@ -78,12 +80,12 @@ TEST_F(PortModeTest, EveryPortBindingsAreFilteredWhileAnyPortIsGuardedAndAPortsO
     };
     change(3, SOURCE_GUARD_IPV6, 5);
     EXPECT_THAT(addressFilters(true),
-                UnorderedElementsAre(every1, every2, own3, own3NoVlan, "deny-all-ip6 port 3"));
+                UnorderedElementsAre(every1, every2, own3, own3NoVlan, Filter::denyAll(3)));
     change(5, SOURCE_GUARD_IPV6_MAC, 2);
     EXPECT_THAT(addressFilters(true), UnorderedElementsAre(every1, every2, own3, own3NoVlan, own5,
-                                                           "deny-all-ip6 port 3", "deny-all-ip6 port 5"));
+                                                           Filter::denyAll(3), Filter::denyAll(5)));
     change(3, SOURCE_GUARD_NONE, 3);
-    EXPECT_THAT(addressFilters(true), UnorderedElementsAre(every1, every2, own5, "deny-all-ip6 port 5"));
+    EXPECT_THAT(addressFilters(true), UnorderedElementsAre(every1, every2, own5, Filter::denyAll(5)));
     change(5, SOURCE_GUARD_NONE, 4);
     EXPECT_THAT(addressFilters(true), IsEmpty());
     for (const auto &call : sw.filterCalls()) {
@@ -98,7 +100,7 @@ TEST_F(PortModeTest, ChangeBetweenGuardedModesRequestsTheDenyAllAndEveryForwardF
                 iaNa(1, 0, 0,
                      join({iaAddress(ipv6("2001:db8::a"), 10, 20), iaAddress(ipv6("2001:db8::b"), 10, 20)})));
     ASSERT_EQ(set_ip6_source_guard_port_mode(3, SOURCE_GUARD_IPV6), 0);
-    const std::vector<std::string> filters = addressFilters(true);
+    const std::vector<Filter> filters = addressFilters(true);
     const size_t before = filterCallCount();
 
     EXPECT_EQ(set_ip6_source_guard_port_mode(3, SOURCE_GUARD_IPV6_MAC_VLAN), 0);
@@ -160,7 +162,7 @@ class ExemptVlansTest : public StartedDaemonTest {
 
 TEST_F(ExemptVlansTest, EachVlanIsRequestedOnceAndOnlyInsideOneTo4094) {
     EXPECT_EQ(configure(kAdd, {0, 10, 4094, 4095}), 0);
-    EXPECT_THAT(sw.installedFilters(), ElementsAre("forward vlan 10", "forward vlan 4094"));
+    EXPECT_THAT(sw.installedFilters(), ElementsAre(Filter::exemptVlan(10), Filter::exemptVlan(4094)));
     const size_t before = sw.filterCalls().size();
     EXPECT_EQ(configure(kAdd, {10}), 0);
     EXPECT_EQ(configure(kExemptVlansRemove, {20}), 0);
@@ -243,8 +245,8 @@ TEST_F(StaticBindingsTest, BindingTakesOverLearnedFiltersAndGivesThemBackUnlessS
     ASSERT_EQ(set_ip6_source_guard_port_mode(3, SOURCE_GUARD_IPV6_MAC_VLAN), 0);
     acknowledge(kClient, 3, iaNa(1, 0, 0, iaAddress(ipv6("2001:db8::a"), 100, 200)));
     acknowledge(kOtherClient, 3, iaNa(1, 0, 0, iaAddress(ipv6("2001:db8::b"), 100, 200)));
-    const std::string learnedA = "forward ip6 2001:db8::a mac 02:00:00:00:00:01 port 3 vlan 10";
-    const std::string learnedB = "forward ip6 2001:db8::b mac 02:00:00:00:00:02 port 3 vlan 10";
+    const Filter learnedA = Filter::forward(ipv6("2001:db8::a"), kClient, 3, kVlan);
+    const Filter learnedB = Filter::forward(ipv6("2001:db8::b"), kOtherClient, 3, kVlan);
 
     ip6v6_source_guard_bind_node_add(ip("2001:db8::a"), nullptr, 5, 0);
     ip6v6_source_guard_bind_node_add(ip("2001:db8::c"), kClient.data(), 5, 0);
@@ -300,10 +302,10 @@ TEST_F(StaticBindingsTest, FiveHundredTwelveBindingsBeside2048LearnedClients) {
     }
     // The bound addresses have their every-port filter instead of the learned one.
     EXPECT_EQ(addressFilters().size(), kMaxClients);
-    EXPECT_THAT(addressFilters(), Contains("forward ip6 2001:db8:b::1ff"));
+    EXPECT_THAT(addressFilters(), Contains(Filter::forward(ipv6("2001:db8:b::1ff"))));
     EXPECT_EQ(ip6v6_source_guard_bind_node_delete_all(), 512);
     EXPECT_THAT(addressFilters(),
-                Contains("forward ip6 2001:db8:b::1ff mac 02:00:00:01:01:ff port 3 vlan 10"));
+                Contains(Filter::forward(ipv6("2001:db8:b::1ff"), mac("02:00:00:01:01:ff"), 3, kVlan)));
     EXPECT_EQ(addressFilters().size(), kMaxClients);
     for (const auto &call : sw.filterCalls()) {
         ASSERT_EQ(call.result, 0) << call.text();

@@ -61,10 +61,11 @@ class SnoopingTest : public DaemonTest {
 
     // The filters in place for single addresses, and with `denyAll` the ports' deny-all filters, without
     // those of snooping itself.
-    [[nodiscard]] std::vector<std::string> addressFilters(bool denyAll = false) const {
-        std::vector<std::string> filters = sw.installedFilters();
-        std::erase_if(filters, [denyAll](const std::string &filter) {
-            return !filter.starts_with("forward ip6 ") && !(denyAll && filter.starts_with("deny-all-ip6 "));
+    [[nodiscard]] std::vector<switchsim::Filter> addressFilters(bool denyAll = false) const {
+        using enum switchsim::FilterKind;
+        std::vector<switchsim::Filter> filters = sw.installedFilters();
+        std::erase_if(filters, [denyAll](const switchsim::Filter &filter) {
+            return filter.kind != ForwardIp6 && !(denyAll && filter.kind == DenyAllIp6);
         });
         return filters;
     }

@@ -15,6 +15,7 @@
 #include <utility>
 #include <vector>
 
+#include "platform/FrmApi.h"
 #include "platform/SmdPacketApi.h"
 #include "platform/VosApi.h"
 #include "switchsim/Dhcp6FrameBuilder.h"
@@ -274,6 +275,21 @@ TEST(SwitchPlatformTest, BrokenFrameSentWhileHandlingASoundOneAborts) {
         } else {
             EXPECT_EQ(run(), 1U) << "case " << &c - cases;
         }
+    }
+}
+
+TEST(SwitchPlatformTest, AimedFilterFaultFailsOnlyTheMatchingCallsAndCountsOnlyThem) {
+    switchsim::Switch sw;
+    sw.failFilterCall("FRM_InstallForwardIp6AddrFilterResource_new", -7, 2, {.port = 3, .vlan = kVlan});
+    const auto address = switchsim::ipv6("2001:db8::1");
+    const struct {
+        uint32_t port, vlan;
+        int32_t result;
+    } cases[] = {{3, 20, 0}, {4, kVlan, 0}, {3, kVlan, -7}, {4, 20, 0}, {3, kVlan, -7}, {3, kVlan, 0}};
+    for (const auto &c : cases) {
+        EXPECT_EQ(FRM_InstallForwardIp6AddrFilterResource_new(c.port, kClient.data(), address.data(), c.vlan),
+                  c.result)
+            << "case " << &c - cases;
     }
 }
 

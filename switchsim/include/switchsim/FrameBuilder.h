@@ -9,8 +9,6 @@
 
 namespace switchsim {
 
-using Ipv6Bytes = std::array<uint8_t, 16>;
-
 struct Udp6Frame {
     MacAddress destinationMac{};
     MacAddress sourceMac{};

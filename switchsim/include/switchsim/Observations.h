@@ -2,7 +2,10 @@
 // What the simulated switch records of the daemon's calls, for tests and the demo to look at.
 
 #include <array>
+#include <compare>
 #include <cstdint>
+#include <iosfwd>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -12,6 +15,7 @@ namespace switchsim {
 
 using Bytes = std::vector<uint8_t>;
 using MacAddress = std::array<uint8_t, 6>;
+using Ipv6Bytes = std::array<uint8_t, 16>;
 
 // One call of smdVDPktRegister or smdVDPktRegRunning, with the descriptor's bytes as passed.
 struct PacketRegistration {
@@ -39,13 +43,68 @@ struct Reply {
     Bytes message;
 };
 
-// One call of the filter resource service, its arguments written out in the order they were passed.
+// What a filter of the filter resource service does, and so which fields of a Filter it uses.
+enum class FilterKind : uint8_t {
+    // Set with FRM_OperatePortDenyAllIp6FilterResource: IPv6 from `port` is dropped unless forwarded.
+    DenyAllIp6,
+    // Set with FRM_OperateDhcp6FilterResource: DHCPv6 frames go to the CPU. No fields.
+    Dhcp6Trap,
+    // FRM_*GlobalForwardIcmp6NdFilterResource: neighbour discovery is forwarded on every port. No fields.
+    NeighbourDiscovery,
+    // FRM_*Forward*Ip6Addr*: IPv6 from `address` is forwarded. `mac` is the MAC the call carries, nothing
+    // for the global address-only calls, which carry none; `port` is 0 for the global calls; `vlan` is 0
+    // unless the call is one of the _new calls, which carry it.
+    ForwardIp6,
+    // FRM_*GlobalForwardIp6VidOnlyFilterResource: IPv6 is forwarded on `vlan` whatever its source.
+    ExemptVlan,
+};
+
+// A filter as the filter service holds it; the fields a kind does not use are zero (or nothing). Filters
+// order by kind, in the order declared (that of their text), and then by the fields in the order declared.
+struct Filter {
+    FilterKind kind = FilterKind::Dhcp6Trap;
+    Ipv6Bytes address{};
+    std::optional<MacAddress> mac{};
+    uint32_t port = 0;
+    uint32_t vlan = 0;
+
+    static Filter dhcp6Trap() { return {.kind = FilterKind::Dhcp6Trap}; }
+    static Filter neighbourDiscovery() { return {.kind = FilterKind::NeighbourDiscovery}; }
+    static Filter exemptVlan(uint32_t vlan) { return {.kind = FilterKind::ExemptVlan, .vlan = vlan}; }
+    static Filter denyAll(uint32_t port) { return {.kind = FilterKind::DenyAllIp6, .port = port}; }
+    static Filter forward(const Ipv6Bytes &address, std::optional<MacAddress> mac = std::nullopt,
+                          uint32_t port = 0, uint32_t vlan = 0) {
+        return {FilterKind::ForwardIp6, address, mac, port, vlan};
+    }
+
+    // clang-tidy takes the 0 that a defaulted <=> compares with for a null pointer.
+    // NOLINTNEXTLINE(modernize-use-nullptr)
+    auto operator<=>(const Filter &) const = default;
+
+    // For messages only, e.g. "forward ip6 2001:db8::1 mac 02:00:00:00:00:01 port 3 vlan 10",
+    // "deny-all-ip6 port 3", "forward vlan 10", "dhcp6-trap", "forward icmp6-nd"; fields that are zero or
+    // nothing are left out.
+    [[nodiscard]] std::string text() const;
+};
+
+// Writes text(), so that test failures show the filter.
+std::ostream &operator<<(std::ostream &out, const Filter &filter);
+
+enum class FilterChange : uint8_t { Install, Remove };
+
+// One call of the filter resource service. A null address or MAC, which the service refuses with -1, reads
+// as zeros in `filter`.
 struct FilterCall {
     std::string function;
-    std::string arguments;
+    // What the call asks for. The FRM_Operate calls ask it by their operation code, FILTER_OP_ENABLE to
+    // install and FILTER_OP_DISABLE to remove; any other code asks for nothing and is refused with -1.
+    std::optional<FilterChange> change{};
+    // The operation code of an FRM_Operate call as passed; nothing for the other calls.
+    std::optional<uint32_t> operation{};
+    Filter filter{};
     int32_t result = 0;
 
-    // "function(arguments) = result"
+    // "function: install filter = result"; an unknown operation code shows as "operation N".
     [[nodiscard]] std::string text() const;
 };
 

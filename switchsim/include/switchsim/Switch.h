@@ -23,6 +23,13 @@ struct SwitchConfig {
     std::vector<uint32_t> absentPorts;  // ports of 1..portCount for which smdVDPortExist answers 0
 };
 
+// The calls of a filter service function that a planned failure is aimed at: those whose filter
+// (Observations.h) has this port and this VLAN; one not given matches any.
+struct FilterTarget {
+    std::optional<uint32_t> port{};
+    std::optional<uint32_t> vlan{};
+};
+
 struct SimState;
 
 class Switch {
@@ -74,8 +81,10 @@ class Switch {
     void failPacketRegistration(std::string_view call, int32_t result, uint32_t times = 1);
     // The next `times` calls of vosCalloc find no memory.
     void failAllocations(uint32_t times = 1);
-    // `function` is the name of one of the FRM_ calls.
-    void failFilterCall(std::string_view function, int32_t result, uint32_t times = 1);
+    // `function` is the name of one of the FRM_ calls. Aimed at a target, only the calls that match it fail
+    // and count towards `times`; the others are served as usual.
+    void failFilterCall(std::string_view function, int32_t result, uint32_t times = 1,
+                        const FilterTarget &target = {});
     // `call` is "smdVDPktSendPort" or "smdVDPktSendPortlist"; a failed send is not recorded.
     void failFrameSend(std::string_view call, int32_t result, uint32_t times = 1);
     // `call` is "smdRMWrapInit" or "smdRmWrapRegister".
@@ -109,8 +118,8 @@ class Switch {
     [[nodiscard]] const std::vector<std::string> &lifecycleCalls() const;
     [[nodiscard]] const std::vector<PacketRegistration> &packetRegistrations() const;
     [[nodiscard]] const std::vector<FilterCall> &filterCalls() const;
-    // The filters in place now, one text each, in sorted order.
-    [[nodiscard]] std::vector<std::string> installedFilters() const;
+    // The filters in place now, in sorted order.
+    [[nodiscard]] std::vector<Filter> installedFilters() const;
     // Takes every filter out of the filter service, as its restart would.
     void clearInstalledFilters();
     // With `keep` false, the calls that install or remove a filter for one address succeed at once and are

@@ -1,0 +1,24 @@
+#pragma once
+// A configuration must survive as text: whatever the daemon is configured to, its running configuration
+// entered again on a daemon at its defaults gives the same running configuration and the same filters.
+// The configurations come from bytes, so the same check runs as a unit test (from a seeded generator) and
+// as a fuzz target (from the input).
+
+#include <optional>
+#include <string>
+
+#include "FuzzSupport.h"
+
+namespace fuzz {
+
+// The running configuration with its static-binding lines sorted. The binding list keeps the newest binding
+// first and the text lists the bindings in that order, so entering the text builds the list the other way
+// round; the order means nothing (a binding is found by its address), so texts are compared without it.
+std::string withBindingLinesSorted(const std::string &text);
+
+// Configures the daemon as the input describes, takes its running configuration and filters, resets it to
+// the defaults, enters the text through the switch's command line and compares; then resets again. Returns
+// what differed, or nothing when the configuration came back whole.
+std::optional<std::string> playConfigRoundTrip(Input &input);
+
+}  // namespace fuzz

@@ -1,0 +1,16 @@
+// The configuration round trip from arbitrary bytes: any configuration, written as running-configuration
+// text and entered again on a daemon at its defaults, comes back with the same text and the same filters.
+
+#include <cstdio>
+#include <cstdlib>
+
+#include "ConfigRoundTrip.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
+    fuzz::Input input(data, size);
+    if (const auto failure = fuzz::playConfigRoundTrip(input)) {
+        std::fprintf(stderr, "%s\n", failure->c_str());
+        std::abort();
+    }
+    return 0;
+}
