@@ -11,6 +11,8 @@
 #include <string_view>
 #include <vector>
 
+#include "mib/MibRegistry.h"
+#include "platform/CcdApi.h"
 #include "switchsim/Dhcp6FrameBuilder.h"
 
 using namespace switchsim::dhcp6;
@@ -106,6 +108,19 @@ std::map<std::string_view, std::vector<Bytes>> seeds() {
                 Bytes{8, 1, 0, 2, 3, 4, 0, 10} /* binding, every field */}),
           join({Bytes{6, 1, 1, 0, 192, 0, 2, 1}, Bytes{6, 1, 0, 1}, Bytes{8, 2, 0, 0, 0},
                 Bytes{8, 3, 0, 1, 1}, Bytes{8, 4, 0, 1, 2, 5}})}},
+        // Requests: mode, object, instance arcs, value.
+        {"mib",
+         {join({Bytes{MIB_MODE_TEST, MIB_PORT_TRUST_MODE, 1, 3, 0, 4, 0, 0, 0, 1}, /* trust port 3 */
+                Bytes{MIB_MODE_SET, MIB_PORT_TRUST_MODE, 1, 3, 0, 4, 0, 0, 0, 1},
+                Bytes{MIB_MODE_GET_NEXT, MIB_PORT_MAX_NUM, 0, 0, 4, 0, 0, 0, 0},
+                Bytes{MIB_MODE_SET, MIB_DISABLED_VLANS, 1, 0, 1, 6, '1', '0', '-', '2', '0', ','}}),
+          join({Bytes{MIB_MODE_SET, MIB_BIND_IP, 1, 1, 1, 11, '2', '0', '0', '1', ':', 'd', 'b', '8', ':',
+                      ':', '5'},
+                Bytes{MIB_MODE_SET, MIB_BIND_MAC, 1, 1, 1, 17}, text("02:00:00:00:00:05"),
+                Bytes{MIB_MODE_SET, MIB_BIND_ROW_STATUS, 1, 1, 0, 4, 0, 0, 0, 4},
+                Bytes{MIB_MODE_GET_NEXT, MIB_BIND_IP, 0, 0, 4, 0, 0, 0, 0},
+                Bytes{MIB_MODE_SET, MIB_REMOTE_ID_TEXT, 1, 0, 1, 8}, text("10.1.2.3"),
+                Bytes{MIB_MODE_SET, MIB_REMOTE_ID_FORMAT, 1, 0, 0, 4, 0, 0, 0, 1}})}},
         {"insertion",
          {join({settings, Bytes{SOLICIT, 2}, clientIdOption, end, Bytes{REQUEST, 3}, oldInterfaceId,
                 clientIdOption, end}),

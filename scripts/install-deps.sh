@@ -3,9 +3,11 @@
 set -euo pipefail
 
 # libpcap-dev lets switchsim write the frames it saw to pcap files; tshark decodes them in the tests, a
-# decoder nobody here wrote.
+# decoder nobody here wrote. smitools (libsmi's smilint and smidump) checks the MIB module
+# (scripts/check-mib.sh); it needs the standard modules SNMPv2-SMI, -TC and -CONF as text, which
+# Debian's libsmi packages leave out and erlang-snmp ships.
 packages=(cmake ninja-build g++ libgtest-dev libgmock-dev libbenchmark-dev clang-format clang-tidy clang
-  libclang-rt-14-dev pkg-config libpcap-dev tshark)
+  libclang-rt-14-dev pkg-config libpcap-dev tshark smitools erlang-snmp)
 missing=()
 for package in "${packages[@]}"; do
   if ! dpkg-query -W -f='${Status}' "$package" 2>/dev/null | grep -q "install ok installed"; then

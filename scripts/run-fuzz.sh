@@ -7,7 +7,7 @@ cd "$(dirname "$0")/.."
 
 seconds=${FUZZ_SECONDS:-30}
 dir=build-fuzz
-targets=(options receive management source_guard template insertion config_round_trip)
+targets=(options receive management source_guard template insertion config_round_trip mib)
 CC=clang CXX=clang++ cmake -S . -B "$dir" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DDHCP6SNOOPING_FUZZ=ON \
   -DDHCP6SNOOPING_BENCHMARKS=OFF >/dev/null
 cmake --build "$dir" -j "$(nproc)" --target make_fuzz_corpus "${targets[@]/#/fuzz_}"

@@ -1,7 +1,8 @@
 // dhcp6snooping-sim: the daemon on a simulated 24-port switch. A server behind a trusted port hands out
 // addresses and a prefix to three clients while a rogue server tries to answer too; one client moves, one
 // releases an address, an address runs out and a link goes down. Each event is printed with where the
-// daemon sent the frame, its trace lines and the filters it changed; at the end, the client table.
+// daemon sent the frame, its trace lines and the filters it changed; at the end, the client table, the
+// running configuration, and the MIB module as a manager walks it after creating a static binding.
 
 #include <algorithm>
 #include <cstdint>
@@ -22,6 +23,7 @@
 #include "source_guard/PortMode.h"
 #include "source_guard/StaticBindings.h"
 #include "switchsim/Dhcp6FrameBuilder.h"
+#include "switchsim/MibAgent.h"
 #include "switchsim/Switch.h"
 
 namespace {
@@ -228,6 +230,27 @@ void printOperatorView(switchsim::Switch &sw) {
     }
 }
 
+// A manager binds an address through the binding table (its columns, then row status createAndGo) and walks
+// the whole module.
+void playMibManager(switchsim::Switch &sw) {
+    heading("12. an SNMP manager binds 2001:db8:10::b9 to B's MAC on port 4, row 1, and walks the module");
+    const auto column = [](uint32_t number) {
+        return switchsim::Oid{1, 3, 6, 1, 4, 1, kPrivateEnterpriseNumber, 1, 2, 4, 9, 7, 1, number, 1};
+    };
+    using switchsim::MibValue;
+    const switchsim::MibSetResult created =
+        switchsim::mibSet(sw, {{column(1), MibValue::integer(1)},
+                               {column(2), MibValue::text("2001:db8:10::b9")},
+                               {column(3), MibValue::text("00:00:5e:00:53:0b")},
+                               {column(4), MibValue::integer(4)},
+                               {column(5), MibValue::integer(kVlan)},
+                               {column(6), MibValue::integer(4) /* createAndGo */}});
+    std::printf("  set answered %u\n", created.code);
+    for (const switchsim::MibVarBind &varBind : switchsim::mibWalk(sw)) {
+        std::printf("  %s\n", switchsim::mibVarBindText(varBind).c_str());
+    }
+}
+
 }  // namespace
 
 int main() {
@@ -245,5 +268,6 @@ int main() {
     std::printf("MACs 00:00:5e:00:53:xx: server :01, rogue :66, clients A :0a, B :0b, C :0c.\n");
     playScenario(sw, cast);
     printOperatorView(sw);
+    playMibManager(sw);
     return 0;
 }

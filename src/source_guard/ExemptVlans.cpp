@@ -37,6 +37,29 @@ int32_t ip6_source_guard_vlanlist_config(uint32_t operation, const VlanBitmap *r
     return result;
 }
 
+int32_t ip6_source_guard_vlanlist_replace(const uint16_t *ids, uint32_t count) {
+    VlanBitmap listed{};
+    for (uint32_t i = 0; i < count; ++i) {
+        if (ids[i] < kVlanTableSize) {
+            vlanBitmapAdd(listed, ids[i]);
+        }
+    }
+    int32_t result = 0;
+    for (VlanId vlanId = kFirstVlan; vlanId <= kLastVlan; ++vlanId) {
+        uint32_t &flag = ipv6SourceGuardDisabledVlan[vlanId];
+        const bool wanted = vlanBitmapHas(listed, vlanId);
+        const auto vlan = static_cast<uint16_t>(vlanId);
+        if (flag == 1 && !wanted) {
+            flag = 0;
+            result = FRM_RemoveGlobalForwardIp6VidOnlyFilterResource(vlan);
+        } else if (flag == 0 && wanted) {
+            flag = 1;
+            result = FRM_InstallGlobalForwardIp6VidOnlyFilterResource(vlan);
+        }
+    }
+    return result;
+}
+
 int32_t no_ip6_source_guard_vlanlist_get(VlanBitmap *vlans) {
     if (vlans == nullptr) {
         return kRefused;

@@ -19,6 +19,10 @@ extern uint32_t ipv6SourceGuardDisabledVlan[kVlanTableSize];
 // is refused keeps its state and is added to `failed`, which is never cleared. 0 when every VLAN ended as
 // requested, else -1.
 int32_t ip6_source_guard_vlanlist_config(uint32_t operation, const VlanBitmap *requested, VlanBitmap *failed);
+// Makes the set exactly the `count` VLANs of `ids`: a VLAN that leaves or joins it has its flag changed first
+// and its filter removed or installed after, and keeps the new flag whatever the filter service answers. The
+// result is that of the last filter call, or 0 when no VLAN changed.
+int32_t ip6_source_guard_vlanlist_replace(const uint16_t *ids, uint32_t count);
 // The exempt VLANs as a set. Returns 0.
 int32_t no_ip6_source_guard_vlanlist_get(VlanBitmap *vlans);
 // The VLAN's flag as the result; -1 for a VLAN id above 4095.

@@ -180,6 +180,8 @@ struct SimState {
     std::vector<SyslogLine> syslog;
     std::vector<RunningConfigAnswer> runningConfigAnswers;
 
+    // The MIB agent's registered module (MibModule.h); none until the daemon registers one.
+    std::shared_ptr<struct MibModule> mibModule;
 };
 
 // The state of the Switch that exists now; a platform call made without one is a broken test and aborts.

@@ -44,7 +44,7 @@ TEST_F(StartupTest, RegistersEveryHookInOrderAndThenWaitsForMessages) {
     std::vector<std::string> expected;
     expected.insert(expected.end(),
                     {"smdProcessInit(/sbin/dhcp6snooping)", "vosMsgInit(/sbin/dhcp6snooping, 255)",
-                     "ccdInit(100, 2)", "ccdModuleRegister(vrkL2Dhcp6Snooping, 0 objects)",
+                     "ccdInit(100, 2)", "ccdModuleRegister(vrkL2Dhcp6Snooping, 28 objects)",
                      "vosMsgRegisterBldrun()", "smdRMWrapInit(6250, 6282)"});
     for (uint32_t call = kFirstRemoteCall; call < kEndRemoteCall; ++call) {
         expected.push_back(std::string("smdRmWrapRegister(").append(std::to_string(call)).append(", 0)"));
