@@ -217,7 +217,7 @@ class Interpreter {
         } else {
             throw Refusal("unknown format");
         }
-        std::memcpy(storedValue, value.data(), value.size());
+        std::copy(value.begin(), value.end(), storedValue);
         call(kSetInfoOption,
              {bytesOf(uint32_t{interfaceId ? SELECT_INTERFACE_ID_FORMAT : SELECT_REMOTE_ID_FORMAT}),
               bytesOf(record)});
