@@ -71,7 +71,7 @@ const StaticBindRow *rowOf(uint32_t rowNumber) {
     return rowNumber != 0 && rowNumber <= kStaticBindRows ? &staticBindRowTable[rowNumber - 1] : nullptr;
 }
 
-uint32_t answer(MibRequest *request) {
+uint32_t answer(uint32_t /*mode*/, MibRequest *request) {
     const StaticBindRow *row = rowOf(request->index[0]);
     if (row == nullptr) {
         return ccdErrorNoSuchInstance();
@@ -207,22 +207,12 @@ uint32_t moveToNextRow(MibRequest *request) {
 }  // namespace
 
 extern "C" uint32_t dhcp6snoopingMibBindHandler(uint32_t mode, MibRequest *request) {
-    if (request->objectId < MIB_BIND_INDEX || request->objectId > MIB_BIND_ROW_STATUS) {
-        return ccdErrorNoSuchInstance();
-    }
-    switch (mode) {
-        case MIB_MODE_GET_NEXT:
-            if (const uint32_t moved = moveToNextRow(request); moved != 0) {
-                return moved;
-            }
-            return answer(request);
-        case MIB_MODE_GET:
-            return answer(request);
-        case MIB_MODE_TEST:
-            return test(request);
-        case MIB_MODE_SET:
-            return set(request);
-        default:
-            return 0;
-    }
+    static constexpr MibGroupParts kParts = {
+        .serves = [](uint16_t object) { return object >= MIB_BIND_INDEX && object <= MIB_BIND_ROW_STATUS; },
+        .next = moveToNextRow,
+        .get = answer,
+        .test = test,
+        .set = set,
+    };
+    return mibServe(mode, request, kParts);
 }

@@ -91,7 +91,7 @@ void answerAddresses(MibRequest *request, const ClientView &view, uint32_t first
     mibAnswerText(request, list.text());
 }
 
-uint32_t answer(MibRequest *request) {
+uint32_t answer(uint32_t /*mode*/, MibRequest *request) {
     uint8_t mac[kMacLength];
     miscMacIndex2OctetString(request->index, mac);
     if (request->objectId == MIB_CLIENT_MAC) {
@@ -168,19 +168,14 @@ void dhcp6snoopingMibLeaseText(uint32_t seconds, char *text, size_t size) {
     }
 }
 
+// Every column is read only: tests and sets are answered 0 and change nothing.
 extern "C" uint32_t dhcp6snoopingMibClientHandler(uint32_t mode, MibRequest *request) {
-    if (request->objectId < MIB_CLIENT_MAC || request->objectId > MIB_CLIENT_LEASE_TIME) {
-        return ccdErrorNoSuchInstance();
-    }
-    switch (mode) {
-        case MIB_MODE_GET_NEXT:
-            if (const uint32_t moved = moveToNextClient(request); moved != 0) {
-                return moved;
-            }
-            return answer(request);
-        case MIB_MODE_GET:
-            return answer(request);
-        default:
-            return 0;
-    }
+    static constexpr MibGroupParts kParts = {
+        .serves = [](uint16_t object) { return object >= MIB_CLIENT_MAC && object <= MIB_CLIENT_LEASE_TIME; },
+        .next = moveToNextClient,
+        .get = answer,
+        .test = nullptr,
+        .set = nullptr,
+    };
+    return mibServe(mode, request, kParts);
 }

@@ -24,14 +24,16 @@ bool isVlanRow(uint32_t vlanId) {
     return vlanId != 0 && vlanId <= kLastVlan;
 }
 
-// The get step: answers the column of the port row while `result` is still 0.
-uint32_t answerPort(uint32_t mode, MibRequest *request, uint32_t result) {
+// Moves the request to the next port; past the last one there is no next instance.
+uint32_t nextPort(MibRequest *request) {
+    const uint32_t moved = ccdNextSimpleIndex(request);
+    return request->index[0] > gul_max_port_num ? ccdErrorNoNextInstance() : moved;
+}
+
+uint32_t answerPort(uint32_t mode, MibRequest *request) {
     const uint32_t port = request->index[0];
     if (!isPortRow(port)) {
         return ccdErrorNoSuchInstance();
-    }
-    if (result != 0) {
-        return result;
     }
     switch (request->objectId) {
         case MIB_PORT_INDEX:
@@ -87,8 +89,8 @@ uint32_t setPort(MibRequest *request) {
     }
 }
 
-// Moves the request to the first existing VLAN after its own. -1 when none is left.
-int32_t nextVlan(MibRequest *request) {
+// Moves the request to the first existing VLAN after its own.
+uint32_t nextVlan(MibRequest *request) {
     if (request->indexLength == 0) {
         request->indexLength = 1;
     }
@@ -98,10 +100,10 @@ int32_t nextVlan(MibRequest *request) {
             return 0;
         }
     }
-    return -1;
+    return ccdErrorNoNextInstance();
 }
 
-uint32_t answerVlan(MibRequest *request) {
+uint32_t answerVlan(uint32_t /*mode*/, MibRequest *request) {
     const uint32_t vlanId = request->index[0];
     if (!isVlanRow(vlanId)) {
         return ccdErrorNoSuchInstance();
@@ -120,54 +122,36 @@ uint32_t testVlan(MibRequest *request) {
         .result();
 }
 
+uint32_t setVlan(MibRequest *request) {
+    return request->objectId == MIB_VLAN_MAX_NUM
+               ? static_cast<uint32_t>(dhcp6snooping_vlan_maxclients(request->index[0], ulongGet(request)))
+               : 0;
+}
+
 }  // namespace
 
 extern "C" {
 
 uint32_t dhcp6snoopingMibPortHandler(uint32_t mode, MibRequest *request) {
-    if (request->objectId < MIB_PORT_INDEX || request->objectId > MIB_PORT_SOURCE_GUARD_MODE) {
-        return ccdErrorNoSuchInstance();
-    }
-    switch (mode) {
-        case MIB_MODE_GET_NEXT: {
-            const uint32_t moved = ccdNextSimpleIndex(request);
-            if (request->index[0] > gul_max_port_num) {
-                return ccdErrorNoNextInstance();
-            }
-            return answerPort(mode, request, moved);
-        }
-        case MIB_MODE_GET:
-            return answerPort(mode, request, 0);
-        case MIB_MODE_TEST:
-            return testPort(request);
-        case MIB_MODE_SET:
-            return setPort(request);
-        default:
-            return 0;
-    }
+    static constexpr MibGroupParts kParts = {
+        .serves =
+            [](uint16_t object) { return object >= MIB_PORT_INDEX && object <= MIB_PORT_SOURCE_GUARD_MODE; },
+        .next = nextPort,
+        .get = answerPort,
+        .test = testPort,
+        .set = setPort,
+    };
+    return mibServe(mode, request, kParts);
 }
 
 uint32_t dhcp6snoopingMibVlanHandler(uint32_t mode, MibRequest *request) {
-    if (request->objectId != MIB_VLAN_INDEX && request->objectId != MIB_VLAN_MAX_NUM) {
-        return ccdErrorNoSuchInstance();
-    }
-    switch (mode) {
-        case MIB_MODE_GET_NEXT:
-            if (nextVlan(request) != 0) {
-                return ccdErrorNoNextInstance();
-            }
-            return answerVlan(request);
-        case MIB_MODE_GET:
-            return answerVlan(request);
-        case MIB_MODE_TEST:
-            return testVlan(request);
-        case MIB_MODE_SET:
-            return request->objectId == MIB_VLAN_MAX_NUM
-                       ? static_cast<uint32_t>(
-                             dhcp6snooping_vlan_maxclients(request->index[0], ulongGet(request)))
-                       : 0;
-        default:
-            return 0;
-    }
+    static constexpr MibGroupParts kParts = {
+        .serves = [](uint16_t object) { return object == MIB_VLAN_INDEX || object == MIB_VLAN_MAX_NUM; },
+        .next = nextVlan,
+        .get = answerVlan,
+        .test = testVlan,
+        .set = setVlan,
+    };
+    return mibServe(mode, request, kParts);
 }
 }

@@ -147,7 +147,7 @@ uint32_t setExemptVlans(MibRequest *request) {
     return result;
 }
 
-uint32_t get(MibRequest *request) {
+uint32_t get(uint32_t /*mode*/, MibRequest *request) {
     switch (request->objectId) {
         case MIB_ON_OFF:
             ulongSet(request, dhcp6snoopingOnOff == 1 ? kOn : kOff);
@@ -254,25 +254,15 @@ bool isScalar(uint16_t object) {
 }  // namespace
 
 extern "C" uint32_t dhcp6snoopingMibScalarHandler(uint32_t mode, MibRequest *request) {
+    static constexpr MibGroupParts kParts = {
+        .serves = isScalar,
+        .next = ccdNextScalarIndex,
+        .get = get,
+        .test = test,
+        .set = set,
+    };
     if (ccdScalarValidate(mode, request) == -1) {
         return ccdErrorRequestMap(mode);
     }
-    if (!isScalar(request->objectId)) {
-        return ccdErrorNoSuchInstance();
-    }
-    switch (mode) {
-        case MIB_MODE_GET_NEXT:
-            if (const uint32_t moved = ccdNextScalarIndex(request); moved != 0) {
-                return moved;
-            }
-            return get(request);
-        case MIB_MODE_GET:
-            return get(request);
-        case MIB_MODE_TEST:
-            return test(request);
-        case MIB_MODE_SET:
-            return set(request);
-        default:
-            return 0;
-    }
+    return mibServe(mode, request, kParts);
 }
