@@ -2,14 +2,10 @@
 
 #include <algorithm>
 #include <array>
-#include <cstring>
-#include <string_view>
-#include <vector>
 
 #include "core/MainLoop.h"
 #include "mgmt/PortVlanSettings.h"
 #include "relay_option/InfoOptionConfig.h"
-#include "running_config/RunningConfig.h"
 #include "snooping/SnoopingOnOff.h"
 #include "source_guard/ExemptVlans.h"
 #include "source_guard/PortMode.h"
@@ -24,34 +20,22 @@ constexpr std::array<std::string_view, 8> kTemplatePieces = {"%sysname",  "%port
                                                              "%portname", "-",     "relay",  "%slot"};
 
 void setOption(Input &input) {
-    InfoOptionConfig record{};
     const bool interfaceId = (input.byte() & 1) != 0;
-    uint32_t &format = interfaceId ? record.interfaceIdFormat : record.remoteIdFormat;
-    uint8_t *value = interfaceId ? record.interfaceIdValue : record.remoteIdValue;
-    format = 1 + input.byte() % 5;
+    const uint32_t format = 1 + input.byte() % 5;
+    std::string value;
     if (format == FORMAT_USER_DEFINED) {
-        std::string text;
         for (uint8_t pieces = input.byte() % 5; pieces > 0; --pieces) {
-            text += kTemplatePieces[input.byte() % kTemplatePieces.size()];
+            value += kTemplatePieces[input.byte() % kTemplatePieces.size()];
         }
-        std::memcpy(value, text.c_str(), text.size() + 1);
     } else {
         // Any bytes for the addresses; printable characters for a text, which the command line writes.
         const size_t length = format == FORMAT_STRING ? input.byte() % kOptionValueSize : 16;
         for (size_t i = 0; i < length; ++i) {
             const uint8_t byte = input.byte();
-            value[i] = format == FORMAT_STRING ? static_cast<uint8_t>(' ' + byte % 95) : byte;
+            value += static_cast<char>(format == FORMAT_STRING ? ' ' + byte % 95 : byte);
         }
     }
-    dhcp6snoopingGlobalDhcp6InfoCfg(interfaceId ? SELECT_INTERFACE_ID_FORMAT : SELECT_REMOTE_ID_FORMAT,
-                                    &record);
-}
-
-void enableOption(Input &input) {
-    InfoOptionConfig record{};
-    record.interfaceIdEnable = record.remoteIdEnable = input.byte() & 1;
-    dhcp6snoopingGlobalDhcp6InfoCfg(
-        (input.byte() & 1) != 0 ? SELECT_INTERFACE_ID_ENABLE : SELECT_REMOTE_ID_ENABLE, &record);
+    setRelayOptionFormat(interfaceId, format, value);
 }
 
 // A binding in one of the forms the running configuration writes whole: an address alone, or with a MAC,
@@ -67,52 +51,35 @@ void addBinding(Input &input) {
 }
 
 void setExemptVlan(Input &input) {
-    VlanBitmap requested{};
+    const VlanBitmap requested = vlanBitmapOf({static_cast<VlanId>(1 + input.be16() % kHighestVlan)});
     VlanBitmap failed{};
-    vlanBitmapAdd(requested, static_cast<VlanId>(1 + input.be16() % kHighestVlan));
     ip6_source_guard_vlanlist_config(input.byte() & 1, &requested, &failed);
 }
 
 // Settings only: clients are learned, not configured, and do not survive as text.
 void configure(Input &input) {
+    using Step = void (*)(Input &);
+    static constexpr Step kSteps[] = {
+        [](Input &in) { (in.byte() & 1) != 0 ? dhcp6snoopingStart() : dhcp6snoopingStop(); },
+        [](Input &in) { dhcp6snoopingFastRemoveCfg(in.byte() & 1); },
+        [](Input &in) { dhcp6snooping_port_mode(portOf(in.byte()), in.byte() & 1); },
+        [](Input &in) { set_ip6_source_guard_port_mode(portOf(in.byte()), 1 + in.byte() % 4); },
+        [](Input &in) { dhcp6snooping_port_maxclients(portOf(in.byte()), in.be16()); },
+        [](Input &in) { dhcp6snooping_vlan_maxclients(vlanOf(in.byte()), in.be16()); },
+        [](Input &in) {
+            if ((in.byte() & 1) != 0) {
+                setOption(in);
+            } else {
+                const bool on = (in.byte() & 1) != 0;
+                enableRelayOption((in.byte() & 1) != 0, on);
+            }
+        },
+        setExemptVlan,
+        addBinding,
+    };
     while (!input.empty()) {
-        switch (input.byte() % 9) {
-            case 0:
-                (input.byte() & 1) != 0 ? dhcp6snoopingStart() : dhcp6snoopingStop();
-                break;
-            case 1:
-                dhcp6snoopingFastRemoveCfg(input.byte() & 1);
-                break;
-            case 2:
-                dhcp6snooping_port_mode(portOf(input.byte()), input.byte() & 1);
-                break;
-            case 3:
-                set_ip6_source_guard_port_mode(portOf(input.byte()), 1 + input.byte() % 4);
-                break;
-            case 4:
-                dhcp6snooping_port_maxclients(portOf(input.byte()), input.be16());
-                break;
-            case 5:
-                dhcp6snooping_vlan_maxclients(vlanOf(input.byte()), input.be16());
-                break;
-            case 6:
-                (input.byte() & 1) != 0 ? setOption(input) : enableOption(input);
-                break;
-            case 7:
-                setExemptVlan(input);
-                break;
-            default:
-                addBinding(input);
-                break;
-        }
+        kSteps[input.byte() % std::size(kSteps)](input);
     }
-}
-
-std::string runningConfig() {
-    std::vector<char> buffer(size_t{1} << 20);
-    auto remaining = static_cast<uint32_t>(buffer.size());
-    require(dhcp6snoopingBuildRunningConfig(buffer.data(), &remaining) == 0);
-    return buffer.data();
 }
 
 }  // namespace

@@ -4,9 +4,6 @@
 // The configurations come from bytes, so the same check runs as a unit test (from a seeded generator) and
 // as a fuzz target (from the input).
 
-#include <optional>
-#include <string>
-
 #include "FuzzSupport.h"
 
 namespace fuzz {

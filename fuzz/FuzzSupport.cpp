@@ -2,18 +2,24 @@
 
 #include <cstdio>
 #include <cstring>
+#include <functional>
+#include <iterator>
 #include <numeric>
-#include <string>
-#include <vector>
+#include <random>
 
+#include "core/GlobalState.h"
 #include "core/MainLoop.h"
 #include "core/SharedTypes.h"
 #include "core/Startup.h"
 #include "mgmt/PortVlanSettings.h"
 #include "relay_option/InfoOptionConfig.h"
+#include "running_config/RunningConfig.h"
+#include "snooping/BulkRemoval.h"
+#include "snooping/ClientTable.h"
 #include "snooping/SnoopingOnOff.h"
 #include "source_guard/ExemptVlans.h"
 #include "source_guard/PortMode.h"
+#include "source_guard/StaticBindList.h"
 #include "source_guard/StaticBindRows.h"
 #include "source_guard/StaticBindings.h"
 
@@ -62,11 +68,9 @@ void resetAll(bool filtersMustBeGone) {
     }
     ip6v6_source_guard_bind_for_snmp_delete_all();
     dhcp6snoopingFastRemoveCfg(1);
-    InfoOptionConfig defaults{};
-    defaults.interfaceIdFormat = defaults.remoteIdFormat = FORMAT_DEFAULT;
-    for (const uint32_t selector : {SELECT_REMOTE_ID_ENABLE, SELECT_INTERFACE_ID_ENABLE,
-                                    SELECT_REMOTE_ID_FORMAT, SELECT_INTERFACE_ID_FORMAT}) {
-        dhcp6snoopingGlobalDhcp6InfoCfg(selector, &defaults);
+    for (const bool interfaceId : {false, true}) {
+        enableRelayOption(interfaceId, false);
+        setRelayOptionFormat(interfaceId, FORMAT_DEFAULT);
     }
     infoOptionConfig.strategy = STRATEGY_REPLACE;
     if (filtersMustBeGone) {
@@ -78,6 +82,96 @@ void resetAll(bool filtersMustBeGone) {
     sw.clearInstalledFilters();
     sw.clearMacTable();
     sw.clearRecords();
+}
+
+std::optional<std::string> playRandomInputs(int count, size_t size,
+                                            std::optional<std::string> (*play)(Input &)) {
+    std::mt19937 random(20261123);
+    std::vector<uint8_t> bytes(size);
+    for (int number = 0; number < count; ++number) {
+        std::generate(bytes.begin(), bytes.end(), [&random] { return static_cast<uint8_t>(random()); });
+        Input input(bytes.data(), bytes.size());
+        if (const auto failure = play(input)) {
+            return "input " + std::to_string(number) + ": " + *failure;
+        }
+    }
+    return std::nullopt;
+}
+
+VlanBitmap vlanBitmapOf(std::initializer_list<VlanId> vlans) {
+    VlanBitmap bitmap{};
+    for (const VlanId vlan : vlans) {
+        vlanBitmapAdd(bitmap, vlan);
+    }
+    return bitmap;
+}
+
+int32_t setRelayOptionFormat(bool interfaceId, uint32_t format, std::string_view value) {
+    InfoOptionConfig record{};
+    const InfoOptionFields fields = interfaceId ? interfaceIdFields(record) : remoteIdFields(record);
+    fields.format = format;
+    std::copy_n(value.begin(), std::min<size_t>(value.size(), kOptionValueSize), fields.value);
+    return dhcp6snoopingGlobalDhcp6InfoCfg(interfaceId ? SELECT_INTERFACE_ID_FORMAT : SELECT_REMOTE_ID_FORMAT,
+                                           &record);
+}
+
+int32_t enableRelayOption(bool interfaceId, bool on) {
+    InfoOptionConfig record{};
+    record.interfaceIdEnable = record.remoteIdEnable = on ? 1 : 0;
+    return dhcp6snoopingGlobalDhcp6InfoCfg(interfaceId ? SELECT_INTERFACE_ID_ENABLE : SELECT_REMOTE_ID_ENABLE,
+                                           &record);
+}
+
+int32_t removeClients(uint32_t kind, uint32_t port, uint32_t vlan, const uint8_t *mac,
+                      const uint8_t *address) {
+    DeleteSelector selector{kind, vlan, port, {}, {}, {}};
+    if (mac != nullptr) {
+        std::copy_n(mac, sizeof selector.mac, selector.mac);
+    }
+    if (address != nullptr) {
+        std::copy_n(address, sizeof selector.address, selector.address);
+    }
+    return dhcp6snoopingDeleteByData(selector);
+}
+
+std::string runningConfig() {
+    static std::vector<char> buffer(size_t{1} << 20);  // kept: states are compared once a message
+    buffer[0] = '\0';
+    auto remaining = static_cast<uint32_t>(buffer.size());
+    require(dhcp6snoopingBuildRunningConfig(buffer.data(), &remaining) == 0);
+    return buffer.data();
+}
+
+DaemonState daemonState(const switchsim::Switch &sw) {
+    std::vector<uint8_t> tables;
+    tables.reserve(size_t{1} << 16);
+    const auto add = [&tables](const auto &...table) {
+        (tables.insert(tables.end(), reinterpret_cast<const uint8_t *>(&table),
+                       reinterpret_cast<const uint8_t *>(&table) + sizeof table),
+         ...);
+    };
+    add(dhcp6snoopingOnOff, dhcp6snoopingPortDownAction, portTrustMode, portIpSourceGuardMode, portMaxNum,
+        portClientCount, vlanMaxNum, vlanClientCount, ipv6SourceGuardDisabledVlan, infoOptionConfig,
+        staticBindCount, staticBindRowTable);
+    return {runningConfig(), tables, sw.installedFilters()};
+}
+
+bool clientTableConsistent() {
+    uint32_t perPort[kPortTableSize] = {};
+    uint32_t perVlan[kVlanTableSize] = {};
+    uint32_t clients = 0;
+    for (const ClientEntry *entry = clientFirst(); entry != nullptr; entry = clientAfter(entry->mac)) {
+        ++clients;
+        if (macIsZero(entry->mac) || (entry->addresses.count != 0 && entry->acked == 0)) {
+            return false;
+        }
+        perPort[portSlot(entry->portIndex)] += entry->counted;
+        perVlan[entry->vlanId] += entry->counted;
+    }
+    return clients + clientNodePool.freeList.count == kMaxClients &&
+           std::equal(std::begin(portClientCount), std::end(portClientCount), std::begin(perPort)) &&
+           std::equal(std::begin(vlanClientCount), std::end(vlanClientCount), std::begin(perVlan),
+                      std::less_equal<>());
 }
 
 }  // namespace fuzz

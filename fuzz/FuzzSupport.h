@@ -6,8 +6,15 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
+#include <cstring>
+#include <initializer_list>
+#include <optional>
+#include <string>
+#include <string_view>
 #include <utility>
+#include <vector>
 
+#include "core/SharedTypes.h"
 #include "switchsim/Switch.h"
 
 namespace fuzz {
@@ -27,6 +34,10 @@ class Input {
         const uint8_t high = byte();
         return static_cast<uint16_t>(high << 8 | byte());
     }
+    uint32_t be32() {
+        const uint32_t high = be16();
+        return high << 16 | be16();
+    }
     // Up to `wanted` bytes, fewer when the input ends first.
     std::pair<const uint8_t *, size_t> take(size_t wanted) {
         const size_t length = std::min(wanted, size_);
@@ -38,6 +49,22 @@ class Input {
     const uint8_t *data_;
     size_t size_;
 };
+
+// The bytes of a value in the processor's order, as remote calls carry them, and a value read from the
+// bytes from `offset` on (the bytes there, fewer when they end first, with zeros after them).
+template <typename T>
+switchsim::Bytes bytesOf(T value) {
+    switchsim::Bytes bytes(sizeof value);
+    std::memcpy(bytes.data(), &value, sizeof value);
+    return bytes;
+}
+template <typename T = uint32_t>
+T valueAt(const switchsim::Bytes &bytes, size_t offset = 0) {
+    T value{};
+    std::copy_n(bytes.begin() + static_cast<std::ptrdiff_t>(offset),
+                std::min(sizeof value, bytes.size() - offset), reinterpret_cast<uint8_t *>(&value));
+    return value;
+}
 
 inline uint32_t portOf(uint8_t selector) {
     return 1 + selector % kPorts;
@@ -63,5 +90,43 @@ void serve();
 // flat. With `filtersMustBeGone` the switch must then hold no filter of the daemon's; whatever it holds is
 // dropped before the next input.
 void resetAll(bool filtersMustBeGone);
+
+// Plays `count` inputs of `size` bytes from a seeded generator, as a unit test does with a fuzz target's
+// check. Returns the number and the failure of the first input that fails, or nothing.
+std::optional<std::string> playRandomInputs(int count, size_t size,
+                                            std::optional<std::string> (*play)(Input &));
+
+// The set of these VLANs.
+VlanBitmap vlanBitmapOf(std::initializer_list<VlanId> vlans);
+
+// Sets the format of option 18 (`interfaceId`) or 37 and its value: the bytes of an address, a text, or a
+// template for the user-defined format. Returns the daemon's answer.
+int32_t setRelayOptionFormat(bool interfaceId, uint32_t format, std::string_view value = {});
+// Switches option 18 (`interfaceId`) or 37 on or off. Returns the daemon's answer.
+int32_t enableRelayOption(bool interfaceId, bool on);
+
+// Removes in bulk the clients a selector of `kind` names with this port, VLAN, MAC and address (none: zeros).
+// Returns the daemon's answer.
+int32_t removeClients(uint32_t kind, uint32_t port, uint32_t vlan, const uint8_t *mac = nullptr,
+                      const uint8_t *address = nullptr);
+
+// The daemon's section of the running configuration, written whole.
+std::string runningConfig();
+
+// Everything a setting operation, a remote call or a MIB request may change, as one value: the running
+// configuration, the bytes of the settings tables, the client counts, the relay option record and the MIB
+// binding rows, and the filters that `sw` holds.
+struct DaemonState {
+    std::string runningConfig;
+    std::vector<uint8_t> tables;
+    std::vector<switchsim::Filter> filters;
+    bool operator==(const DaemonState &) const = default;
+};
+DaemonState daemonState(const switchsim::Switch &sw);
+
+// Whether the client table keeps its promises: every client has a MAC, only acknowledged clients hold
+// bindings, every port count equals the clients counted there, a VLAN count is never above them (a VLAN
+// reset zeroes it while its clients stay), and every entry is in the table or free.
+bool clientTableConsistent();
 
 }  // namespace fuzz

@@ -7,10 +7,6 @@
 // template text (a length byte and the text), then messages: type, port, and options as (code, length byte,
 // data), ended by a code of 0xFFFF.
 
-#include <cstddef>
-#include <cstdint>
-#include <cstring>
-
 #include "FuzzSupport.h"
 #include "mgmt/PortVlanSettings.h"
 #include "relay_option/InfoOptionConfig.h"
@@ -27,18 +23,13 @@ constexpr uint32_t kMaxMessages = 8;
 
 void configure(Input &input) {
     infoOptionConfig.strategy = input.byte() % 4;
-    InfoOptionConfig config{};
-    config.interfaceIdEnable = input.byte() % 2;
-    config.remoteIdEnable = input.byte() % 2;
-    dhcp6snoopingGlobalDhcp6InfoCfg(SELECT_INTERFACE_ID_ENABLE, &config);
-    dhcp6snoopingGlobalDhcp6InfoCfg(SELECT_REMOTE_ID_ENABLE, &config);
-    for (const uint32_t selector : {SELECT_INTERFACE_ID_FORMAT, SELECT_REMOTE_ID_FORMAT}) {
-        InfoOptionConfig formatted{};
-        formatted.interfaceIdFormat = formatted.remoteIdFormat = 1 + input.byte() % 6;
+    for (const bool interfaceId : {true, false}) {
+        enableRelayOption(interfaceId, input.byte() % 2 != 0);
+    }
+    for (const bool interfaceId : {true, false}) {
+        const uint32_t format = 1 + input.byte() % 6;
         const auto [text, length] = input.take(input.byte() % kOptionValueSize);
-        std::memcpy(formatted.interfaceIdValue, text, length);
-        std::memcpy(formatted.remoteIdValue, text, length);
-        dhcp6snoopingGlobalDhcp6InfoCfg(selector, &formatted);
+        setRelayOptionFormat(interfaceId, format, {reinterpret_cast<const char *>(text), length});
     }
 }
 

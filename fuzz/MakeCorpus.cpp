@@ -16,13 +16,12 @@
 #include "switchsim/Dhcp6FrameBuilder.h"
 
 using namespace switchsim::dhcp6;
-using switchsim::Bytes;
-using switchsim::ipv6;
+using namespace switchsim;
 
 namespace {
 
-const auto kClient = switchsim::mac("02:00:00:00:00:01");
-const auto kServer = switchsim::mac("00:00:5e:00:53:ff");
+const auto kClient = mac("02:00:00:00:00:01");
+const auto kServer = mac("00:00:5e:00:53:ff");
 
 // An operation of the receive target (see ReceiveFuzzer.cpp) that delivers the frame on the port.
 Bytes frameOp(uint8_t port, const Dhcp6Frame &frame) {
@@ -114,8 +113,7 @@ std::map<std::string_view, std::vector<Bytes>> seeds() {
                 Bytes{MIB_MODE_SET, MIB_PORT_TRUST_MODE, 1, 3, 0, 4, 0, 0, 0, 1},
                 Bytes{MIB_MODE_GET_NEXT, MIB_PORT_MAX_NUM, 0, 0, 4, 0, 0, 0, 0},
                 Bytes{MIB_MODE_SET, MIB_DISABLED_VLANS, 1, 0, 1, 6, '1', '0', '-', '2', '0', ','}}),
-          join({Bytes{MIB_MODE_SET, MIB_BIND_IP, 1, 1, 1, 11, '2', '0', '0', '1', ':', 'd', 'b', '8', ':',
-                      ':', '5'},
+          join({Bytes{MIB_MODE_SET, MIB_BIND_IP, 1, 1, 1, 11}, text("2001:db8::5"),
                 Bytes{MIB_MODE_SET, MIB_BIND_MAC, 1, 1, 1, 17}, text("02:00:00:00:00:05"),
                 Bytes{MIB_MODE_SET, MIB_BIND_ROW_STATUS, 1, 1, 0, 4, 0, 0, 0, 4},
                 Bytes{MIB_MODE_GET_NEXT, MIB_BIND_IP, 0, 0, 4, 0, 0, 0, 0},

@@ -11,22 +11,14 @@
 //                  argument a byte (below 224 the value itself, else a 16-bit value follows), for any
 //                  other its bytes, zero-filled when the input ends
 
-#include <array>
-#include <cstddef>
-#include <cstdint>
-#include <cstring>
-#include <tuple>
-#include <vector>
+#include <iterator>
 
 #include "FuzzSupport.h"
-#include "core/GlobalState.h"
 #include "mgmt/PortVlanSettings.h"
 #include "mgmt/RemoteCallTable.h"
 #include "platform/PlatformVariables.h"
 #include "relay_option/InfoOptionConfig.h"
 #include "snooping/BulkRemoval.h"
-#include "source_guard/ExemptVlans.h"
-#include "source_guard/StaticBindList.h"
 #include "source_guard/StaticBindings.h"
 #include "switchsim/RemoteCallMessage.h"
 
@@ -37,53 +29,20 @@ using namespace fuzz;
 constexpr uint32_t kResetCall = 6274, kMaxArguments = 8;
 constexpr int32_t kRefused = -1, kArgumentCountRefused = -1001;
 
-// The state a refused call must leave alone.
-auto settings() {
-    std::array<uint8_t, sizeof infoOptionConfig> options{};
-    std::memcpy(options.data(), &infoOptionConfig, sizeof infoOptionConfig);
-    return std::tuple(dhcp6snoopingOnOff, std::to_array(portTrustMode), std::to_array(portIpSourceGuardMode),
-                      std::to_array(portMaxNum), std::to_array(vlanMaxNum), dhcp6snoopingPortDownAction,
-                      staticBindCount, std::to_array(ipv6SourceGuardDisabledVlan), options,
-                      fuzzSwitch().installedFilters());
-}
-
-// The sizes of each call's arguments in order, from call 6250 on.
-constexpr uint32_t kU32 = 4, kIp = 16, kMac = 6, kBitmap = sizeof(VlanBitmap),
-                   kRecord = sizeof(InfoOptionConfig);
-const std::vector<std::vector<uint32_t>> kArgumentSizes = {
-    {},
-    {},
-    {kU32},
-    {kIp, kMac, kU32, kU32},
-    {kU32, kIp, kMac, kU32, kU32},
-    {kIp, kMac, kU32},
-    {kIp},
-    {kIp},
-    {},
-    {},
-    {kU32, kU32},
-    {kU32, kU32},
-    {kU32, kU32},
-    {kU32, kU32},
-    {kU32, kU32},
-    {kMac, kU32, kU32, kU32, 10 * sizeof(ClientAddressSummary), 10 * kU32},
-    {kU32, kU32, kU32},
-    {kU32, kU32, kU32},
-    {kIp, sizeof(StaticBindRecord)},
-    {kU32, kU32},
-    {sizeof(GlobalInfo)},
-    {kU32},
-    {kBitmap},
-    {sizeof(DeleteSelector)},
-    {},
-    {kU32},
-    {kU32, kU32},
-    {2, 2, 2, kStaticBindPage * sizeof(StaticBindRecord)},
-    {kBitmap},
-    {kU32, kBitmap, kBitmap},
-    {kRecord},
-    {kU32, kRecord}};
-static_assert(kEndRemoteCall - kFirstRemoteCall == 32);
+// The arguments of each call in order, from call 6250 on, one letter each: u a 32-bit value, i an address,
+// m a MAC, b a VLAN bitmap, r the relay option record, s a 16-bit value, c ten client address summaries, l
+// ten lifetimes, g the global flags, d a delete selector, k a binding record, p a page of binding records.
+constexpr std::string_view kArguments[] = {
+    "",    "",    "u",  "imuu", "uimuu", "imu", "i", "i", "", "",  "uu", "uu",   "uu", "uu",  "uu", "muuucl",
+    "uuu", "uuu", "ik", "uu",   "g",     "u",   "b", "d", "", "u", "uu", "sssp", "b",  "ubb", "r",  "ur"};
+static_assert(std::size(kArguments) == kEndRemoteCall - kFirstRemoteCall);
+constexpr std::string_view kKinds = "uimbrsclgdkp";
+constexpr size_t kBitmap = sizeof(VlanBitmap), kRecord = sizeof(InfoOptionConfig),
+                 kSummaries = 10 * sizeof(ClientAddressSummary), kLifetimes = 10 * sizeof(uint32_t),
+                 kGlobal = sizeof(GlobalInfo), kSelector = sizeof(DeleteSelector),
+                 kBinding = sizeof(StaticBindRecord), kPage = kStaticBindPage * kBinding;
+constexpr size_t kSizes[] = {4,          16,         6,       kBitmap,   kRecord,  2,
+                             kSummaries, kLifetimes, kGlobal, kSelector, kBinding, kPage};
 
 // Mostly a port, a mode, a flag or a small count; now and then a VLAN or a large limit.
 uint32_t u32Value(Input &input) {
@@ -92,16 +51,15 @@ uint32_t u32Value(Input &input) {
 }
 
 switchsim::Bytes wellFormedCall(Input &input, uint32_t &callNumber) {
-    const uint32_t row = input.byte() % kArgumentSizes.size();
+    const uint32_t row = input.byte() % std::size(kArguments);
     callNumber = kFirstRemoteCall + row;
     std::vector<switchsim::Bytes> arguments;
-    for (const uint32_t size : kArgumentSizes[row]) {
-        switchsim::Bytes &argument = arguments.emplace_back(size);
-        if (size == kU32) {
-            const uint32_t value = u32Value(input);
-            std::memcpy(argument.data(), &value, sizeof value);
+    for (const char kind : kArguments[row]) {
+        switchsim::Bytes &argument = arguments.emplace_back(kSizes[kKinds.find(kind)]);
+        if (kind == 'u') {
+            argument = bytesOf(u32Value(input));
         } else {
-            const auto [bytes, length] = input.take(size);
+            const auto [bytes, length] = input.take(argument.size());
             std::copy(bytes, bytes + length, argument.begin());
         }
     }
@@ -137,21 +95,18 @@ void serveOne(Input &input) {
                    .size() > SMD_MSG_RECV_BUFFER_SIZE) {
         return;
     }
-    const auto before = settings();
+    const DaemonState before = daemonState(sw);
     sw.queueMessage(message);
     serve();
     // The type of a message too short to hold it whole is read from what it has.
-    uint16_t type = 0;
-    if (!message.empty()) {
-        std::memcpy(&type, message.data(), std::min(message.size(), sizeof type));
-    }
+    const auto type = valueAt<uint16_t>(message);
     const size_t replies = sw.replies().size() - repliesBefore;
     require(replies == (!message.empty() && type == switchsim::kRemoteCallMessageType ? 1 : 0));
     if (replies == 1) {
         const switchsim::Reply &reply = sw.replies().back();
         require(reply.length <= SMD_MSG_RECV_BUFFER_SIZE);
         const bool refused = reply.result == kRefused || reply.result == kArgumentCountRefused;
-        require(!refused || callNumber == kResetCall || settings() == before);
+        require(!refused || callNumber == kResetCall || daemonState(sw) == before);
     }
 }
 

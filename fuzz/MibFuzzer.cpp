@@ -9,25 +9,13 @@
 //   value   kind byte: even an integer (a length byte % 9, then a 32-bit value), odd octets (a length
 //           byte, then that many bytes)
 
-#include <cstring>
-#include <string>
-#include <tuple>
-#include <vector>
-
 #include "FuzzSupport.h"
 #include "mib/MibRegistry.h"
-#include "running_config/RunningConfig.h"
-#include "source_guard/StaticBindRows.h"
 #include "switchsim/MibAgent.h"
 
 namespace {
 
 using namespace fuzz;
-
-uint32_t be32(Input &input) {
-    const uint32_t high = input.be16();
-    return high << 16 | input.be16();
-}
 
 switchsim::Oid request(Input &input) {
     const MibObjectListEntry &entry = kMibObjectList[input.byte() % kMibObjectCount];
@@ -35,7 +23,7 @@ switchsim::Oid request(Input &input) {
     oid.push_back(entry.object->column);
     for (uint8_t arcs = input.byte() % 8; arcs > 0; --arcs) {
         const uint8_t arc = input.byte();
-        oid.push_back(arc < 250 ? arc : be32(input));
+        oid.push_back(arc < 250 ? arc : input.be32());
     }
     return oid;
 }
@@ -43,20 +31,10 @@ switchsim::Oid request(Input &input) {
 switchsim::MibValue value(Input &input) {
     if ((input.byte() & 1) == 0) {
         const uint8_t length = input.byte() % 9;
-        return switchsim::MibValue::integer(be32(input), length);
+        return switchsim::MibValue::integer(input.be32(), length);
     }
     const auto [bytes, length] = input.take(input.byte());
     return switchsim::MibValue::octets(switchsim::Bytes(bytes, bytes + length));
-}
-
-// What no test and no refused set may change: the configuration as text, the filters and the binding rows.
-auto state() {
-    std::string text(size_t{1} << 16, '\0');
-    auto space = static_cast<uint32_t>(text.size() - 1);
-    dhcp6snoopingBuildRunningConfig(text.data(), &space);
-    std::vector<uint8_t> rows(sizeof staticBindRowTable);
-    std::memcpy(rows.data(), staticBindRowTable, rows.size());
-    return std::tuple(text, fuzzSwitch().installedFilters(), rows);
 }
 
 }  // namespace
@@ -68,9 +46,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
         const uint32_t mode = input.byte() % 8;
         const switchsim::Oid oid = request(input);
         const switchsim::MibValue carried = value(input);
-        const auto before = state();
+        const DaemonState before = daemonState(sw);
         const switchsim::MibResult result = switchsim::mibRequest(sw, mode, oid, carried);
-        require((mode != MIB_MODE_TEST && (mode != MIB_MODE_SET || result.code == 0)) || state() == before);
+        require((mode != MIB_MODE_TEST && (mode != MIB_MODE_SET || result.code == 0)) ||
+                daemonState(sw) == before);
     }
     resetAll(/*filtersMustBeGone=*/true);
     return 0;

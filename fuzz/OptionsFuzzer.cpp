@@ -1,9 +1,6 @@
 // Arbitrary bytes as a DHCPv6 options area, through the option walker and the lease extraction. Any read
 // outside the input, any broken promise of the walker or the extraction, and any leak ends the run.
 
-#include <cstddef>
-#include <cstdint>
-
 #include "FuzzSupport.h"
 #include "snooping/Dhcp6Options.h"
 #include "snooping/LeaseExtraction.h"

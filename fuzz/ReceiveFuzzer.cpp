@@ -14,23 +14,14 @@
 //   7 failure     what, count
 //   8 bulk        kind, argument
 //   9 VLAN reset  VLAN
-// After every input the counts must match the table.
+// After every input the client table must keep its promises (see clientTableConsistent).
 
 #include <algorithm>
 #include <array>
-#include <cstddef>
-#include <cstdint>
-#include <cstdlib>
-#include <cstring>
 #include <memory>
-#include <string_view>
-#include <vector>
 
 #include "FuzzSupport.h"
-#include "core/GlobalState.h"
 #include "mgmt/PortVlanSettings.h"
-#include "snooping/BulkRemoval.h"
-#include "snooping/ClientTable.h"
 #include "snooping/Dhcp6Snooping.h"
 #include "snooping/SnoopingOnOff.h"
 #include "source_guard/PortMode.h"
@@ -86,15 +77,10 @@ void changeSetting(Input &input) {
     const uint32_t port = portOf(input.byte());
     const uint8_t setting = input.byte();
     const uint8_t value = input.byte();
-    if (setting % 4 == 0) {
-        dhcp6snooping_port_mode(port, value % 3);
-    } else if (setting % 4 == 1) {
-        set_ip6_source_guard_port_mode(port, value % 6);
-    } else if (setting % 4 == 2) {
-        dhcp6snooping_port_maxclients(port, value % 4);
-    } else {
-        dhcp6snooping_vlan_maxclients(vlanOf(setting / 4), value % 4);
-    }
+    setting % 4 == 0   ? dhcp6snooping_port_mode(port, value % 3)
+    : setting % 4 == 1 ? set_ip6_source_guard_port_mode(port, value % 6)
+    : setting % 4 == 2 ? dhcp6snooping_port_maxclients(port, value % 4)
+                       : dhcp6snooping_vlan_maxclients(vlanOf(setting / 4), value % 4);
 }
 
 void learnMac(Input &input) {
@@ -121,18 +107,6 @@ void planFailure(Input &input) {
     }
 }
 
-void removeInBulk(Input &input) {
-    DeleteSelector selector{};
-    selector.kind = input.byte() % 6;
-    const uint8_t argument = input.byte();
-    selector.portIndex = portOf(argument);
-    selector.vlanId = vlanOf(argument);
-    selector.mac[0] = 2;
-    selector.mac[5] = argument;
-    std::memcpy(selector.address, addressOf(argument).octets, sizeof selector.address);
-    dhcp6snoopingDeleteByData(selector);
-}
-
 void apply(Input &input) {
     using Operation = void (*)(Input &);
     static constexpr Operation kOperations[] = {
@@ -153,38 +127,18 @@ void apply(Input &input) {
             fuzzSwitch().setModuleLogLevel(kDhcp6SnoopingModuleId, in.byte() % 2 != 0 ? kTraceLevel : 0);
         },
         planFailure,
-        removeInBulk,
         [](Input &in) {
-            VlanBitmap vlans{};
-            vlanBitmapAdd(vlans, vlanOf(in.byte()));
+            const uint32_t kind = in.byte() % 6;
+            const uint8_t argument = in.byte();
+            const uint8_t mac[kMacSize] = {2, 0, 0, 0, 0, argument};
+            removeClients(kind, portOf(argument), vlanOf(argument), mac, addressOf(argument).octets);
+        },
+        [](Input &in) {
+            const VlanBitmap vlans = vlanBitmapOf({static_cast<VlanId>(vlanOf(in.byte()))});
             dhcp6snooping_vlan_reset(&vlans);
         },
     };
     kOperations[input.byte() % std::size(kOperations)](input);
-}
-
-// Every port count equals the clients counted there; a VLAN count is never above them (a VLAN reset zeroes
-// it while its clients stay); only acknowledged clients hold bindings; every node is in the table or free.
-void requireTableConsistent() {
-    uint32_t perPort[kPortTableSize] = {};
-    uint32_t perVlan[kVlanTableSize] = {};
-    uint32_t clients = 0;
-    for (const ClientEntry *entry = clientFirst(); entry != nullptr; entry = clientAfter(entry->mac)) {
-        ++clients;
-        require(!macIsZero(entry->mac));
-        require(entry->addresses.count == 0 || entry->acked == 1);
-        if (entry->counted == 1) {
-            ++perPort[portSlot(entry->portIndex)];
-            ++perVlan[entry->vlanId];
-        }
-    }
-    require(clients + clientNodePool.freeList.count == kMaxClients);
-    for (uint32_t slot = 0; slot < kPortTableSize; ++slot) {
-        require(perPort[slot] == portClientCount[slot]);
-    }
-    for (uint32_t vlan = 0; vlan < kVlanTableSize; ++vlan) {
-        require(vlanClientCount[vlan] <= perVlan[vlan]);
-    }
 }
 
 }  // namespace
@@ -196,7 +150,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     while (!input.empty()) {
         apply(input);
     }
-    requireTableConsistent();
+    require(clientTableConsistent());
     // A RELEASE that comes in on another port than its client's leaves the filter to that port's guard
     // mode, so frames from anywhere may leave filters behind; the source-guard sequence target checks them.
     resetAll(/*filtersMustBeGone=*/false);

@@ -2,14 +2,10 @@
 
 #include <bit>
 #include <cstring>
-#include <optional>
 #include <set>
-#include <string>
-#include <vector>
 
 #include "core/GlobalState.h"
 #include "mgmt/PortVlanSettings.h"
-#include "snooping/BulkRemoval.h"
 #include "snooping/ClientTable.h"
 #include "snooping/SnoopingOnOff.h"
 #include "source_guard/ExemptVlans.h"
@@ -21,14 +17,12 @@
 namespace fuzz {
 namespace {
 
-using switchsim::Bytes;
-using switchsim::Filter;
-using switchsim::MacAddress;
-namespace dhcp6 = switchsim::dhcp6;
+using namespace switchsim;
+using namespace switchsim::dhcp6;
 
 // The server's port and the clients' VLAN; the clients use ports 2 to 6, 8 MACs and 8 addresses, and VLANs 1
 // to 3 may be exempted.
-constexpr uint32_t kServerPort = 1, kClientVlan = 1, kClientPorts = 5, kExemptVlans = 3;
+constexpr uint32_t kServerSwitchPort = 1, kClientVlan = 1, kClientPorts = 5, kExemptVlans = 3;
 constexpr uint8_t kClients = 8, kAddresses = 8;
 const MacAddress kServer = {2, 0, 0, 0, 0, 0xfe};
 
@@ -36,7 +30,7 @@ MacAddress clientMac(uint8_t selector) {
     return {2, 0, 0, 0, 0, static_cast<uint8_t>(1 + selector % kClients)};
 }
 
-switchsim::Ipv6Bytes addressOf(uint8_t selector) {
+Ipv6Bytes addressOf(uint8_t selector) {
     return {0x20, 0x01, 0x0d, 0xb8, 0, 0, 0, 0,
             0,    0,    0,    0,    0, 0, 0, static_cast<uint8_t>(1 + selector % kAddresses)};
 }
@@ -45,8 +39,8 @@ uint32_t clientPortOf(uint8_t selector) {
     return 2 + selector % kClientPorts;
 }
 
-void deliver(uint32_t port, const dhcp6::Dhcp6Frame &frame) {
-    fuzzSwitch().queueFrame(port, kClientVlan, dhcp6::buildDhcp6Frame(frame).bytes);
+void deliver(uint32_t port, const Dhcp6Frame &frame) {
+    fuzzSwitch().queueFrame(port, kClientVlan, buildDhcp6Frame(frame).bytes);
     serve();
 }
 
@@ -57,27 +51,24 @@ void exchange(Input &input) {
     const uint8_t grant = input.byte();
     const uint32_t valid = 5 + input.byte() % 40;
     fuzzSwitch().learnMac(client, kClientVlan, port);
-    deliver(port, dhcp6::fromClient(dhcp6::SOLICIT, client, {}));
+    deliver(port, fromClient(SOLICIT, client, {}));
     Bytes addresses;
     for (uint8_t i = 0; i < 3; ++i) {
         if ((grant & (1U << i)) != 0) {
-            addresses = dhcp6::join({addresses, dhcp6::iaAddress(addressOf(grant >> 3 | i), valid, valid)});
+            addresses = join({addresses, iaAddress(addressOf(grant >> 3 | i), valid, valid)});
         }
     }
-    const Bytes prefix =
-        dhcp6::iaPd(2, 0, 0, dhcp6::iaPrefix(valid, valid, 56, switchsim::ipv6("2001:db8:100::")));
-    const Bytes options =
-        dhcp6::join({dhcp6::iaNa(1, 0, 0, addresses), (grant & 0x80) != 0 ? prefix : Bytes{}});
-    deliver(kServerPort, dhcp6::fromServer(dhcp6::REPLY, kServer, client, options));
+    const Bytes prefix = iaPd(2, 0, 0, iaPrefix(valid, valid, 56, ipv6("2001:db8:100::")));
+    const Bytes options = join({iaNa(1, 0, 0, addresses), (grant & 0x80) != 0 ? prefix : Bytes{}});
+    deliver(kServerSwitchPort, fromServer(REPLY, kServer, client, options));
 }
 
 // A recorded client gives one address back, from the port it was recorded on.
 void release(Input &input) {
     const MacAddress client = clientMac(input.byte());
-    const switchsim::Ipv6Bytes address = addressOf(input.byte());
+    const Ipv6Bytes address = addressOf(input.byte());
     if (const ClientEntry *entry = clientFind(client.data())) {
-        deliver(entry->portIndex, dhcp6::fromClient(dhcp6::RELEASE, client,
-                                                    dhcp6::iaNa(1, 0, 0, dhcp6::iaAddress(address, 0, 0))));
+        deliver(entry->portIndex, fromClient(RELEASE, client, iaNa(1, 0, 0, iaAddress(address, 0, 0))));
     }
 }
 
@@ -92,21 +83,9 @@ void addBinding(Input &input) {
 
 void exemptVlan(Input &input) {
     const uint8_t choice = input.byte();
-    VlanBitmap requested{};
+    const VlanBitmap requested = vlanBitmapOf({static_cast<VlanId>(1 + choice / 2 % kExemptVlans)});
     VlanBitmap failed{};
-    vlanBitmapAdd(requested, 1 + choice / 2 % kExemptVlans);
     ip6_source_guard_vlanlist_config(choice % 2 == 0 ? kExemptVlansRemove : 0, &requested, &failed);
-}
-
-void removeInBulk(Input &input) {
-    DeleteSelector selector{};
-    selector.kind = input.byte() % 5;
-    const uint8_t argument = input.byte();
-    selector.portIndex = clientPortOf(argument);
-    selector.vlanId = kClientVlan;
-    std::memcpy(selector.mac, clientMac(argument).data(), sizeof selector.mac);
-    std::memcpy(selector.address, addressOf(argument).data(), sizeof selector.address);
-    dhcp6snoopingDeleteByData(selector);
 }
 
 void step(Input &input) {
@@ -126,7 +105,12 @@ void step(Input &input) {
             fuzzSwitch().queueTimerTicks(1 + in.byte() % 40);
             serve();
         },
-        removeInBulk,
+        [](Input &in) {
+            const uint32_t kind = in.byte() % 5;
+            const uint8_t argument = in.byte();
+            removeClients(kind, clientPortOf(argument), kClientVlan, clientMac(argument).data(),
+                          addressOf(argument).data());
+        },
         [](Input &in) { (in.byte() % 2 != 0) ? dhcp6snoopingStart() : dhcp6snoopingStop(); },
         [](Input &in) {
             fuzzSwitch().queueLinkChange(clientPortOf(in.byte()), 0);
@@ -143,7 +127,7 @@ Filter forwardFilter(const uint8_t (&address)[16], const uint8_t *mac, uint32_t 
         from = MacAddress{};
         std::memcpy(from->data(), mac, from->size());
     }
-    return Filter::forward(std::bit_cast<switchsim::Ipv6Bytes>(address), from, port, vlan);
+    return Filter::forward(std::bit_cast<Ipv6Bytes>(address), from, port, vlan);
 }
 
 bool guarded(uint32_t port) {
@@ -206,16 +190,8 @@ std::optional<std::string> mismatch(const std::string &when) {
         return when + ": the switch holds" + lacking(held, implied) + " too many, and lacks" +
                lacking(implied, held);
     }
-    uint32_t counted[kPortTableSize] = {};
-    for (const ClientEntry *entry = clientFirst(); entry != nullptr; entry = clientAfter(entry->mac)) {
-        counted[portSlot(entry->portIndex)] += entry->counted;
-    }
-    for (uint32_t port = 1; port <= kPorts; ++port) {
-        if (portClientCount[portSlot(port)] != counted[portSlot(port)]) {
-            return when + ": port " + std::to_string(port) + " counts " +
-                   std::to_string(portClientCount[portSlot(port)]) + " clients, the table holds " +
-                   std::to_string(counted[portSlot(port)]);
-        }
+    if (!clientTableConsistent()) {
+        return when + ": the client table and its counts disagree (see clientTableConsistent)";
     }
     return std::nullopt;
 }
@@ -223,8 +199,8 @@ std::optional<std::string> mismatch(const std::string &when) {
 }  // namespace
 
 std::optional<std::string> playSourceGuardSequence(Input &input) {
-    fuzzSwitch().learnMac(kServer, kClientVlan, kServerPort);
-    dhcp6snooping_port_mode(kServerPort, 1);
+    fuzzSwitch().learnMac(kServer, kClientVlan, kServerSwitchPort);
+    dhcp6snooping_port_mode(kServerSwitchPort, 1);
     dhcp6snoopingStart();
     std::optional<std::string> failure;
     for (uint32_t number = 1; !input.empty() && !failure; ++number) {

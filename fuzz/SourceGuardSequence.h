@@ -5,9 +5,6 @@
 // switch holds must be exactly those the daemon's state implies, and every port count must match the table.
 // The same sequences run as a unit test (from a seeded generator) and as a fuzz target (from the input).
 
-#include <optional>
-#include <string>
-
 #include "FuzzSupport.h"
 
 namespace fuzz {

@@ -1,8 +1,6 @@
 // Arbitrary text as a user-defined option template. An accepted template must render within any space it
 // is given, never writing past it, and a refused one must leave its fields untouched.
 
-#include <cstddef>
-#include <cstdint>
 #include <cstring>
 #include <memory>
 

@@ -6,8 +6,6 @@
 
 #include <array>
 #include <cstring>
-#include <string>
-#include <vector>
 
 #include "core/DebugTrace.h"
 #include "mgmt/RemoteCallTable.h"
@@ -19,8 +17,7 @@
 
 namespace {
 
-using ::testing::ElementsAre;
-using ::testing::IsEmpty;
+using namespace ::testing;
 
 // A packet match descriptor as the daemon must build it: 16-bit fields in the processor's byte order.
 std::array<uint8_t, 36> dhcp6Descriptor(uint16_t udpPort, uint16_t index) {
@@ -120,27 +117,24 @@ TEST_F(MainLoopTest, ServiceResultOtherThanMinus1017IsRepliedWithTheProcessedMes
     EXPECT_EQ(sw.remoteCallsServed(), 8U);
 }
 
-TEST_F(MainLoopTest, ReceiveFailureOrMessageOfAnotherTypeIsPrintedGetsNoReplyAndTheNextMessageIsServed) {
+// A failed receive or a message of another type is printed and gets no reply, and the next message is served;
+// a reply is the header and the data left, never reaching past the receive buffer.
+TEST_F(MainLoopTest, FailureOrOtherTypeIsPrintedUnansweredAndAReplyIsTheHeaderAndTheDataLeftWithinTheBuffer) {
     sw.queueReceiveFailure(0);
     sw.queueReceiveFailure(-3);
     sw.queueMessage(headerOnly(5, 0));
     sw.queueRemoteCall(kTestCall, {});
+    sw.queueRemoteCall(kTestCall + 1, {switchsim::Bytes(8)});  // no wrapper: answered without data
+    sw.queueMessage(headerOnly(2, 0xFFFF));                    // claims more than was received: refused as is
     serve();
     EXPECT_THAT(sw.consoleLines(),
                 ElementsAre("\r\nmain:vosMsgRecv failed iRet = 0", "\r\nmain:vosMsgRecv failed iRet = -3",
                             "\r\nmain:vosMsgRecv receive unkown msg 5"));
-    EXPECT_EQ(sw.remoteCallsServed(), 1U);
-    EXPECT_EQ(sw.replies().size(), 1U);
-}
-
-TEST_F(MainLoopTest, ReplyLengthIsTheHeaderPlusTheDataLeftAndNeverPastTheReceiveBuffer) {
-    sw.queueRemoteCall(kTestCall + 1, {switchsim::Bytes(8)});  // no wrapper: answered without data
-    sw.queueMessage(headerOnly(2, 0xFFFF));                    // claims more than was received: refused as is
-    serve();
-    ASSERT_EQ(sw.replies().size(), 2U);
-    EXPECT_EQ(sw.replies()[0].result, -1);
-    EXPECT_EQ(sw.replies()[0].length, switchsim::kRemoteCallHeaderSize);
-    EXPECT_EQ(sw.replies()[1].length, 7712U);
+    EXPECT_EQ(sw.remoteCallsServed(), 3U);
+    ASSERT_EQ(sw.replies().size(), 3U);
+    EXPECT_EQ(sw.replies()[1].result, -1);
+    EXPECT_EQ(sw.replies()[1].length, switchsim::kRemoteCallHeaderSize);
+    EXPECT_EQ(sw.replies()[2].length, 7712U);
 }
 
 using DebugTraceTest = StartedDaemonTest;

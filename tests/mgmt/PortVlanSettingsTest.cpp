@@ -1,16 +1,8 @@
-// The per-port and per-VLAN settings, the VLAN reset and the operator's walk over the acknowledged clients.
+// The per-port and per-VLAN settings and the VLAN reset; the operators' walk over the acknowledged clients is
+// tested beside the MIB client table, on the same clients (tests/mib/MibTest.cpp).
 
 #include <gmock/gmock.h>
 
-#include <array>
-#include <cstring>
-#include <string>
-#include <tuple>
-#include <vector>
-
-#include "core/GlobalState.h"
-#include "mgmt/PortVlanSettings.h"
-#include "source_guard/PortMode.h"
 #include "support/SnoopingTest.h"
 
 namespace {
@@ -26,7 +18,7 @@ std::string vlanState(uint32_t vlan) {
     return std::to_string(m) + "/" + std::to_string(c);
 }
 
-enum Setter { Trust, PortLimit, VlanLimit };
+enum Setter { Trust, PortLimit, VlanLimit, Guard };
 
 // A setter asked to give the port or VLAN `where` the value, its answer, and what its getter reads for
 // `where` afterwards (-1: the getter refuses too).
@@ -40,13 +32,15 @@ struct Setting {
 int32_t apply(const Setting &s) {
     return s.setter == Trust       ? dhcp6snooping_port_mode(s.where, s.value)
            : s.setter == PortLimit ? dhcp6snooping_port_maxclients(s.where, s.value)
-                                   : dhcp6snooping_vlan_maxclients(s.where, s.value);
+           : s.setter == VlanLimit ? dhcp6snooping_vlan_maxclients(s.where, s.value)
+                                   : set_ip6_source_guard_port_mode(s.where, s.value);
 }
 
 int64_t readBack(const Setting &s) {
     const int32_t answer = s.setter == Trust       ? dhcp6snooping_port_mode_get(s.where, &m)
                            : s.setter == PortLimit ? dhcp6snooping_port_maxclients_get(s.where, &m, &c)
-                                                   : dhcp6snooping_vlan_maxclients_get(s.where, &m, &c);
+                           : s.setter == VlanLimit ? dhcp6snooping_vlan_maxclients_get(s.where, &m, &c)
+                                                   : get_ip6_source_guard_port_mode(s.where, &m);
     return answer == 0 ? int64_t{m} : -1;
 }
 
@@ -58,16 +52,14 @@ class SettingsTest : public StartedDaemonTest {
 
 class SetterTest : public SettingsTest, public ::testing::WithParamInterface<Setting> {};
 
-TEST_P(SetterTest, AcceptedValueReadsBackAndARefusedRequestChangesNothing) {
-    const auto settings = [] {
-        return std::tuple(std::to_array(portTrustMode), std::to_array(portIpSourceGuardMode),
-                          std::to_array(portMaxNum), std::to_array(vlanMaxNum));
-    };
-    const auto before = settings();
+TEST_P(SetterTest, AcceptedValueReadsBackAndARefusedOrIdleRequestChangesNothingNorAsksTheFilterService) {
+    const bool idle = readBack(GetParam()) == GetParam().value;
+    const fuzz::DaemonState before = fuzz::daemonState(sw);
     EXPECT_EQ(apply(GetParam()), GetParam().answer);
     EXPECT_EQ(readBack(GetParam()), GetParam().readBack);
-    if (GetParam().answer != 0) {
-        EXPECT_EQ(settings(), before);
+    if (GetParam().answer != 0 || idle) {
+        EXPECT_EQ(fuzz::daemonState(sw), before);
+        EXPECT_THAT(sw.filterCalls(), ::testing::IsEmpty());
     }
 }
 
@@ -79,7 +71,11 @@ INSTANTIATE_TEST_SUITE_P(
                       Setting{PortLimit, 3, 2049, -1, 2048}, Setting{PortLimit, 0, 5, -1, -1},
                       Setting{PortLimit, 225, 5, -1, -1}, Setting{VlanLimit, 4094, 0, 0, 0},
                       Setting{VlanLimit, 1, 2049, -1, 2048}, Setting{VlanLimit, 0, 5, -1, -1},
-                      Setting{VlanLimit, 4095, 5, -1, -1}));
+                      Setting{VlanLimit, 4095, 5, -1, -1}, Setting{Guard, 0, 1, -1, -1},
+                      Setting{Guard, 225, 1, -1, -1}, Setting{Guard, 3, 0, -1, SOURCE_GUARD_NONE},
+                      Setting{Guard, 3, 5, -1, SOURCE_GUARD_NONE},
+                      Setting{Guard, 3, SOURCE_GUARD_NONE, 0, SOURCE_GUARD_NONE},
+                      Setting{Guard, 224, SOURCE_GUARD_IPV6_MAC, 0, SOURCE_GUARD_IPV6_MAC}));
 
 TEST_F(SettingsTest, TrustAndSourceGuardExcludeEachOther) {
     for (const uint32_t mode : {SOURCE_GUARD_IPV6, SOURCE_GUARD_IPV6_MAC, SOURCE_GUARD_IPV6_MAC_VLAN}) {
@@ -151,65 +147,6 @@ TEST_F(VlanResetTest, ZeroesTheCountAndRestoresTheLimitOfTheVlansNamedButKeepsTh
     dhcp6snoopingStop();
     EXPECT_EQ(clientFirst(), nullptr);
     EXPECT_EQ(vlanState(kVlan) + " " + vlanState(20), "2048/0 7/0");
-}
-
-using ClientWalkTest = SnoopingTest;
-
-TEST_F(ClientWalkTest, VisitsTheAcknowledgedClientsInMacOrderWithUpToTenAddressesAndTheLifetimesLeft) {
-    const auto clientMac = [](uint32_t n) { return switchsim::MacAddress{2, 0, 0, 0, 1, uint8_t(n)}; };
-    // The i-th address granted to client n, with its own valid lifetime.
-    const auto address = [](uint32_t n, uint32_t i) {
-        return "2001:db8::" + std::to_string(n) + ":" + std::to_string(i);
-    };
-    for (uint32_t k = 0; k < 30; ++k) {  // arriving out of MAC order
-        clientSends(SOLICIT, clientMac(1 + k * 7 % 30), 2 + k % 7);
-    }
-    std::vector<std::string> expected;
-    for (uint32_t n = 1; n <= 30; n += n % 3 == 1 ? 1 : 2) {  // every third client is never acknowledged
-        switchsim::Bytes granted;
-        std::string &line = expected.emplace_back(std::to_string(n));
-        line.append(" port ").append(std::to_string(clientFind(clientMac(n).data())->portIndex));
-        for (uint32_t i = 1; i <= (n == 7 ? 12 : 1 + n % 2); ++i) {
-            granted = join({granted, iaAddress(ipv6(address(n, i).c_str()), 50, 100 + i)});
-            if (i <= kClientSummaryLimit) {
-                line.append(" ").append(address(n, i)).append("/128 ").append(std::to_string(95 + i));
-            }
-        }
-        serverSends(REPLY, clientMac(n), kServerPort, iaNa(n, 0, 0, granted));
-    }
-    tick(5);
-
-    std::vector<std::string> walked;
-    uint8_t mac[6] = {};
-    uint32_t port = 0;
-    uint32_t count = 0;
-    ClientAddressSummary summaries[16] = {};
-    uint32_t lifetimes[16] = {};
-    int32_t answer = 0;
-    while (walked.size() <= expected.size() &&
-           (answer = dhcp6snooping_get_nextclients_ext(mac, &m, &port, &count, summaries, lifetimes)) == 0) {
-        ASSERT_LE(count, kClientSummaryLimit);
-        ASSERT_EQ(std::memcmp(mac, clientMac(0).data(), 5), 0);
-        ASSERT_EQ(m, kVlan);
-        walked.push_back(std::to_string(mac[5]) + " port " + std::to_string(port));
-        for (uint32_t i = 0; i < count; ++i) {
-            char text[64] = {};
-            vosInetNtop(VOS_AF_INET6, summaries[i].address, text, sizeof text);
-            walked.back().append(" ").append(text).append("/").append(
-                std::to_string(summaries[i].prefixLength));
-            walked.back().append(" ").append(std::to_string(lifetimes[i]));
-        }
-    }
-    EXPECT_EQ(walked, expected);
-    EXPECT_EQ(answer, -1);
-
-    std::memcpy(mac, clientMac(15).data(), sizeof mac);  // from an unacknowledged client on
-    ASSERT_EQ(dhcp6snooping_get_nextclients_ext(mac, &m, &port, &count, summaries, lifetimes), 0);
-    EXPECT_EQ(mac[5], 16);
-    EXPECT_EQ(dhcp6snooping_get_nextclients_ext(nullptr, &m, &port, &count, summaries, lifetimes), -1);
-    EXPECT_EQ(dhcp6snooping_get_nextclients_ext(mac, nullptr, &port, &count, summaries, lifetimes), -1);
-    EXPECT_EQ(dhcp6snooping_get_nextclients_ext(mac, &m, nullptr, &count, summaries, lifetimes), -1);
-    EXPECT_EQ(dhcp6snooping_get_nextclients_ext(mac, &m, &port, nullptr, summaries, lifetimes), -1);
 }
 
 }  // namespace

@@ -3,11 +3,6 @@
 
 #include <gmock/gmock.h>
 
-#include <cstring>
-#include <string>
-#include <vector>
-
-#include "core/GlobalState.h"
 #include "mgmt/RemoteCallTable.h"
 #include "support/SnoopingTest.h"
 #include "switchsim/RemoteCallMessage.h"
@@ -17,34 +12,8 @@ namespace {
 using switchsim::Bytes;
 using ::testing::Contains;
 
-Bytes u32(uint32_t value) {
-    Bytes bytes(4);
-    std::memcpy(bytes.data(), &value, 4);
-    return bytes;
-}
-
-uint32_t u32At(const Bytes &bytes) {
-    uint32_t value = 0;
-    std::memcpy(&value, bytes.data(), 4);
-    return value;
-}
-
-// Everything a call could change, byte for byte.
-Bytes state() {
-    Bytes bytes;
-    const auto add = [&bytes](const void *table, size_t size) {
-        bytes.insert(bytes.end(), static_cast<const uint8_t *>(table),
-                     static_cast<const uint8_t *>(table) + size);
-    };
-    add(&dhcp6snoopingOnOff, 4);
-    add(portTrustMode, sizeof portTrustMode);
-    add(portIpSourceGuardMode, sizeof portIpSourceGuardMode);
-    add(portMaxNum, sizeof portMaxNum);
-    add(vlanMaxNum, sizeof vlanMaxNum);
-    add(vlanClientCount, sizeof vlanClientCount);
-    add(&dhcp6snoopingPortDownAction, 4);
-    return bytes;
-}
+using fuzz::bytesOf;
+using fuzz::valueAt;
 
 // The remote-call service's debug lines as "level text".
 std::vector<std::string> debugLines(const switchsim::Switch &sw) {
@@ -57,7 +26,6 @@ std::vector<std::string> debugLines(const switchsim::Switch &sw) {
 
 class RemoteCallTableTest : public SnoopingTest {
   protected:
-    [[nodiscard]] std::vector<std::string> debugLines() const { return ::debugLines(sw); }
     // Makes the call and returns the decoded reply.
     switchsim::DecodedRemoteCall call(uint32_t number, const std::vector<Bytes> &arguments) {
         sw.queueRemoteCall(number, arguments);
@@ -72,41 +40,39 @@ TEST_F(RemoteCallTableTest, EveryCallAnswersByNumberAndAWrongArgumentCountChange
         // Exactly one argument count reaches the operation; every other count answers -1001 untouched.
         uint32_t accepted = 0;
         for (uint32_t count = 0; count <= 7; ++count) {
-            const Bytes before = state();
+            const fuzz::DaemonState before = fuzz::daemonState(sw);
             const std::vector<Bytes> arguments(count, Bytes(600, 0));
             if (call(number, arguments).result == kWrongArgumentCount) {
-                EXPECT_EQ(state(), before) << number << " with " << count;
+                EXPECT_EQ(fuzz::daemonState(sw), before) << number << " with " << count;
             } else {
                 ++accepted;
             }
         }
         EXPECT_EQ(accepted, 1U) << number;
     }
-    EXPECT_THAT(debugLines(), Contains("1024 dhcp6snoopingWrap_port_mode:start"));
-    EXPECT_THAT(debugLines(), Contains("2048 dhcp6snoopingWrap_port_mode:ulArgsNum 0 error"));
+    EXPECT_THAT(debugLines(sw), Contains("1024 dhcp6snoopingWrap_port_mode:start"));
+    EXPECT_THAT(debugLines(sw), Contains("2048 dhcp6snoopingWrap_port_mode:ulArgsNum 0 error"));
 }
 
 TEST_F(RemoteCallTableTest, SettersTakeTheirArgumentsAndGettersAnswerInTheReply) {
-    EXPECT_EQ(call(6263, {u32(3), u32(7)}).result, 0);   // port 3 limit 7
-    EXPECT_EQ(call(6261, {u32(4), u32(1)}).result, 0);   // trust port 4
-    EXPECT_EQ(call(6260, {u32(4), u32(2)}).result, -1);  // a trusted port is not guarded
+    EXPECT_EQ(call(6263, {bytesOf(3U), bytesOf(7U)}).result, 0);   // port 3 limit 7
+    EXPECT_EQ(call(6261, {bytesOf(4U), bytesOf(1U)}).result, 0);   // trust port 4
+    EXPECT_EQ(call(6260, {bytesOf(4U), bytesOf(2U)}).result, -1);  // a trusted port is not guarded
     clientSends(switchsim::dhcp6::SOLICIT, kClient, 3);
-    const auto limit = call(6266, {u32(3), u32(99), u32(99)});
+    const auto limit = call(6266, {bytesOf(3U), bytesOf(99U), bytesOf(99U)});
     EXPECT_EQ(limit.result, 0);
-    EXPECT_EQ(u32At(limit.arguments[1]), 7U);
-    EXPECT_EQ(u32At(limit.arguments[2]), 1U);
-    const auto trust = call(6269, {u32(4), u32(99)});
-    EXPECT_EQ(u32At(trust.arguments[1]), 1U);
+    EXPECT_EQ(valueAt(limit.arguments[1]), 7U);
+    EXPECT_EQ(valueAt(limit.arguments[2]), 1U);
+    const auto trust = call(6269, {bytesOf(4U), bytesOf(99U)});
+    EXPECT_EQ(valueAt(trust.arguments[1]), 1U);
     const auto info = call(6270, {Bytes(8)});
-    EXPECT_EQ(u32At(info.arguments[0]), 1U);  // snooping is on
-    EXPECT_EQ(call(6271, {u32(0)}).result, 0);
+    EXPECT_EQ(valueAt(info.arguments[0]), 1U);  // snooping is on
+    EXPECT_EQ(call(6271, {bytesOf(0U)}).result, 0);
     EXPECT_EQ(dhcp6snoopingPortDownAction, 0U);
     // The count of bindings, and a page of them, come back as outputs.
-    Bytes address(16);
-    address[0] = 0x20;
-    address[15] = 1;
-    EXPECT_EQ(call(6253, {address, Bytes(6), u32(0), u32(0)}).result, 0);
-    EXPECT_EQ(u32At(call(6252, {Bytes(4)}).arguments[0]), 1U);
+    const Bytes address = {0x20, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 1};
+    EXPECT_EQ(call(6253, {address, Bytes(6), bytesOf(0U), bytesOf(0U)}).result, 0);
+    EXPECT_EQ(valueAt(call(6252, {Bytes(4)}).arguments[0]), 1U);
     const auto page = call(6277, {Bytes{1, 0}, Bytes(2), Bytes(2), Bytes(size_t{64} * 32)});
     EXPECT_EQ(page.arguments[2][0], 1);
     EXPECT_EQ(page.arguments[3][15], 1);

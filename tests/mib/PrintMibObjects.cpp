@@ -10,18 +10,11 @@
 namespace {
 
 const char *syntaxName(uint32_t syntax) {
-    switch (syntax) {
-        case MIB_SYNTAX_INTEGER:
-            return "integer";
-        case MIB_SYNTAX_DISPLAY_STRING:
-            return "string";
-        case MIB_SYNTAX_MAC_ADDRESS:
-            return "mac";
-        case MIB_SYNTAX_ROW_STATUS:
-            return "rowstatus";
-        default:
-            return "unknown";
-    }
+    return syntax == MIB_SYNTAX_INTEGER          ? "integer"
+           : syntax == MIB_SYNTAX_DISPLAY_STRING ? "string"
+           : syntax == MIB_SYNTAX_MAC_ADDRESS    ? "mac"
+           : syntax == MIB_SYNTAX_ROW_STATUS     ? "rowstatus"
+                                                 : "unknown";
 }
 
 }  // namespace

@@ -9,11 +9,8 @@
 #include <cstring>
 #include <iterator>
 #include <numeric>
-#include <string>
 #include <utility>
-#include <vector>
 
-#include "relay_option/InfoOptionConfig.h"
 #include "relay_option/OptionRendering.h"
 #include "support/SnoopingTest.h"
 #include "support/Tshark.h"
@@ -23,9 +20,7 @@ namespace {
 
 using namespace switchsim::dhcp6;
 using switchsim::Bytes;
-using ::testing::Contains;
-using ::testing::ElementsAre;
-using ::testing::IsEmpty;
+using namespace ::testing;
 
 TEST(TemplateParseTest, AcceptsOrRefusesWithItsCode) {
     const std::string k64(64, 'x');
@@ -97,20 +92,14 @@ TEST_F(RenderTest, EveryKeywordRendersItsFactWithinTheSpaceAndTheRangesOfThePack
 
 constexpr uint32_t kPort = 7, kEnterprise = 32473;
 
-// Sets what `selector` names from a record whose fields are alike for both options.
-int32_t configure(uint32_t selector, uint32_t enable, uint32_t format = 0, const Bytes &value = {}) {
-    InfoOptionConfig config{};
-    config.interfaceIdEnable = config.remoteIdEnable = enable;
-    config.interfaceIdFormat = config.remoteIdFormat = format;
-    std::copy(value.begin(), value.end(), config.interfaceIdValue);
-    std::copy(value.begin(), value.end(), config.remoteIdValue);
-    return dhcp6snoopingGlobalDhcp6InfoCfg(selector, &config);
-}
 class OptionInsertionTest : public SnoopingTest {
   protected:
-    static void enable(uint32_t selector) { ASSERT_EQ(configure(selector, 1), 0); }
-    static void format(uint32_t selector, uint32_t code, const Bytes &value) {
-        ASSERT_EQ(configure(selector, 0, code, value), 0);
+    static constexpr bool kInterfaceId = true, kRemoteId = false;
+    static void enable(bool interfaceId) { ASSERT_EQ(fuzz::enableRelayOption(interfaceId, true), 0); }
+    static void format(bool interfaceId, uint32_t code, const Bytes &value) {
+        ASSERT_EQ(fuzz::setRelayOptionFormat(interfaceId, code,
+                                             {reinterpret_cast<const char *>(value.data()), value.size()}),
+                  0);
     }
     static Bytes text(const char *value) { return {value, value + std::strlen(value)}; }
     // The DHCPv6 message of the one frame sent for `frame`, or "dropped"; the switch also checks the sent
@@ -138,43 +127,40 @@ class OptionInsertionTest : public SnoopingTest {
     }
 };
 
-TEST_F(OptionInsertionTest, EachFormatGivesItsContentInterfaceIdFirst) {
+// Every frame leaves consistent, those that gain no option too.
+TEST_F(OptionInsertionTest, OnlyClientRequestsGainOptionsAndEachFormatGivesItsContentInterfaceIdFirst) {
     EXPECT_THAT(added(SOLICIT), IsEmpty());
-    enable(SELECT_INTERFACE_ID_ENABLE);
+    enable(kInterfaceId);
     EXPECT_EQ(added(SOLICIT), interfaceId({0, 7}));
-    enable(SELECT_REMOTE_ID_ENABLE);
-    EXPECT_EQ(added(REQUEST), join({interfaceId({0, 7}), remoteId(kEnterprise, {0, 7})}));
-    ASSERT_EQ(configure(SELECT_INTERFACE_ID_ENABLE, 0), 0);
-
-    const std::pair<uint32_t, Bytes> formats[] = {{FORMAT_STRING, text("abc")},
-                                                  {FORMAT_IPV4_ADDRESS, {192, 0, 2, 1}},
-                                                  {FORMAT_IPV6_ADDRESS, Bytes(16, 0xAB)}};
-    for (const auto &[code, value] : formats) {
-        format(SELECT_REMOTE_ID_FORMAT, code, value);
-        EXPECT_EQ(added(RENEW), remoteId(kEnterprise, value)) << "format " << code;
-    }
-    format(SELECT_REMOTE_ID_FORMAT, FORMAT_USER_DEFINED, text("%cvlan-%port"));
-    EXPECT_EQ(added(RENEW), remoteId(kEnterprise, text("0010-7")));
-    // No template in force: the system MAC as text.
-    sw.setSystemMac(switchsim::mac("02:1a:2b:80:ff:01"));
-    format(SELECT_REMOTE_ID_FORMAT, FORMAT_DEFAULT, {});
-    ASSERT_EQ(configure(SELECT_REMOTE_ID_FORMAT, 0, FORMAT_USER_DEFINED), TEMPLATE_EMPTY_OR_TRAILING_PERCENT);
-    EXPECT_EQ(added(CONFIRM), remoteId(kEnterprise, text("021a2b80ff01")));
-}
-
-TEST_F(OptionInsertionTest, OnlyClientRequestsGainOptionsButEveryFrameLeavesConsistent) {
-    enable(SELECT_INTERFACE_ID_ENABLE);
-    for (const uint8_t type : {SOLICIT, REQUEST, CONFIRM, RENEW, REBIND, INFORMATION_REQUEST}) {
+    for (const uint8_t type : {REQUEST, CONFIRM, RENEW, REBIND, INFORMATION_REQUEST}) {
         EXPECT_EQ(added(type).size(), 6U) << int(type);
     }
     for (const uint8_t type : {RELEASE, DECLINE}) {
         const Bytes options = iaNa(1, 0, 0, iaAddress(switchsim::ipv6("2001:db8::1"), 0, 0));
         EXPECT_THAT(added(type, options), IsEmpty()) << int(type);
     }
+    enable(kRemoteId);
+    EXPECT_EQ(added(REQUEST), join({interfaceId({0, 7}), remoteId(kEnterprise, {0, 7})}));
+    ASSERT_EQ(fuzz::enableRelayOption(kInterfaceId, false), 0);
+
+    const std::pair<uint32_t, Bytes> formats[] = {{FORMAT_STRING, text("abc")},
+                                                  {FORMAT_IPV4_ADDRESS, {192, 0, 2, 1}},
+                                                  {FORMAT_IPV6_ADDRESS, Bytes(16, 0xAB)}};
+    for (const auto &[code, value] : formats) {
+        format(kRemoteId, code, value);
+        EXPECT_EQ(added(RENEW), remoteId(kEnterprise, value)) << "format " << code;
+    }
+    format(kRemoteId, FORMAT_USER_DEFINED, text("%cvlan-%port"));
+    EXPECT_EQ(added(RENEW), remoteId(kEnterprise, text("0010-7")));
+    // No template in force: the system MAC as text.
+    sw.setSystemMac(switchsim::mac("02:1a:2b:80:ff:01"));
+    format(kRemoteId, FORMAT_DEFAULT, {});
+    ASSERT_EQ(fuzz::setRelayOptionFormat(kRemoteId, FORMAT_USER_DEFINED), TEMPLATE_EMPTY_OR_TRAILING_PERCENT);
+    EXPECT_EQ(added(CONFIRM), remoteId(kEnterprise, text("021a2b80ff01")));
 }
 
 TEST_F(OptionInsertionTest, ExistingOptionIsReplacedKeptOrMakesTheMessageDrop) {
-    enable(SELECT_INTERFACE_ID_ENABLE);
+    enable(kInterfaceId);
     const Bytes longOld = interfaceId(Bytes(20, 'x'));
     const Bytes elapsed = elapsedTime(5);
     // Replaced: the options after it move up, the new one goes last; the message shrinks by 18 bytes.
@@ -190,8 +176,8 @@ TEST_F(OptionInsertionTest, ExistingOptionIsReplacedKeptOrMakesTheMessageDrop) {
 }
 
 TEST_F(OptionInsertionTest, OptionsAreaStopsAt1500AndFramesAt2048) {
-    enable(SELECT_INTERFACE_ID_ENABLE);
-    format(SELECT_INTERFACE_ID_FORMAT, FORMAT_STRING, text("abcdefgh"));  // a 12-byte option
+    enable(kInterfaceId);
+    format(kInterfaceId, FORMAT_STRING, text("abcdefgh"));  // a 12-byte option
     traceOn();
     // 1486 + 12 = 1498 fits; 1490 + 12 = 1502 does not, and the message goes on without it.
     EXPECT_EQ(added(SOLICIT, option(99, Bytes(1482))).size(), 12U);
@@ -208,7 +194,7 @@ TEST_F(OptionInsertionTest, OptionsAreaStopsAt1500AndFramesAt2048) {
 }
 
 TEST_F(OptionInsertionTest, ComputedChecksumOfZeroIsSentAsAllOnes) {
-    enable(SELECT_INTERFACE_ID_ENABLE);
+    enable(kInterfaceId);
     // Pick the transaction id that makes the sum come out at zero: the checksum then reads FF FF.
     for (uint32_t id = 0; id < 0x10000; ++id) {
         Dhcp6Frame frame = fromClient(SOLICIT, kClient, {});
@@ -233,10 +219,10 @@ TEST_F(OptionInsertionTest, WiresharkReadsBothOptionsAndJudgesTheChecksumAsFrame
     if (!tsharkInstalled()) {
         GTEST_SKIP() << "tshark is not installed";
     }
-    enable(SELECT_INTERFACE_ID_ENABLE);
-    enable(SELECT_REMOTE_ID_ENABLE);
-    format(SELECT_INTERFACE_ID_FORMAT, FORMAT_USER_DEFINED, text("%portname"));
-    format(SELECT_REMOTE_ID_FORMAT, FORMAT_STRING, text("abc"));
+    enable(kInterfaceId);
+    enable(kRemoteId);
+    format(kInterfaceId, FORMAT_USER_DEFINED, text("%portname"));
+    format(kRemoteId, FORMAT_STRING, text("abc"));
     deliver(kPort, fromClient(SOLICIT, kClient, clientId(duidLl(kClient))));
     ASSERT_EQ(sw.sentFrames().size(), 1U);
     Bytes flipped = sw.sentFrames()[0].bytes;

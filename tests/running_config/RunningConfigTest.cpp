@@ -7,24 +7,12 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <algorithm>
-#include <array>
-#include <cstdio>
-#include <cstring>
-#include <random>
 #include <string>
 #include <tuple>
-#include <vector>
 
 #include "ConfigRoundTrip.h"
-#include "mgmt/PortVlanSettings.h"
-#include "relay_option/InfoOptionConfig.h"
 #include "running_config/RunningConfig.h"
-#include "snooping/SnoopingOnOff.h"
-#include "source_guard/ExemptVlans.h"
-#include "source_guard/PortMode.h"
-#include "source_guard/StaticBindings.h"
-#include "support/SnoopingTest.h"
+#include "support/DaemonTest.h"
 #include "switchsim/ConfigInterpreter.h"
 
 namespace {
@@ -33,6 +21,7 @@ class RunningConfigTest : public DaemonTest {
   protected:
     void SetUp() override {
         sw.addVlan(10, {1, 2, 3});
+        sw.addVlan(20, {4});
         startDaemon();
     }
     // The section written into a buffer that already holds `before`, with `space` bytes counted free.
@@ -48,46 +37,26 @@ class RunningConfigTest : public DaemonTest {
         EXPECT_EQ(remaining, space - (text.size() - before.size()));
         return text;
     }
+    // The running configuration as the switch collects it, and the filters in place.
+    std::string configurationAndFilters() {
+        sw.queueRunningConfigRequest(1U << 16);
+        serve();
+        std::string text = sw.runningConfigAnswers().back().text + "filters:\n";
+        for (const auto &filter : sw.installedFilters()) {
+            text += filter.text() + "\n";
+        }
+        return text;
+    }
 };
 
-TEST_F(RunningConfigTest, DefaultsWriteNothingNotEvenTheHeader) {
-    uint32_t result = 99;
-    EXPECT_EQ(section(8192, &result, "!previous\r\n"), "!previous\r\n");
-    EXPECT_EQ(result, 0U);
-    sw.failModuleName();
-    EXPECT_EQ(dhcp6snoopingBuildRunningConfig(nullptr, nullptr), 0xFFFFFFFFU);
-    section(8192, &result);
-    EXPECT_EQ(result, 0xFFFFFFFFU);
-}
-
 TEST_F(RunningConfigTest, EverySectionInItsOrder) {
-    dhcp6snoopingStart();
-    dhcp6snoopingFastRemoveCfg(0);
-    dhcp6snooping_port_mode(1, 1);
-    set_ip6_source_guard_port_mode(2, SOURCE_GUARD_IPV6_MAC);
-    dhcp6snooping_port_maxclients(2, 100);
-    dhcp6snooping_vlan_maxclients(10, 5);
-    dhcp6snooping_vlan_maxclients(20, 100);  // no such VLAN on the switch: no block
-    InfoOptionConfig config{};
-    config.interfaceIdFormat = FORMAT_STRING;
-    std::snprintf(reinterpret_cast<char *>(config.interfaceIdValue), kOptionValueSize, "abc");
-    config.remoteIdEnable = 1;
-    config.remoteIdFormat = FORMAT_USER_DEFINED;
-    std::snprintf(reinterpret_cast<char *>(config.remoteIdValue), kOptionValueSize, "%%cvlan-%%port");
-    for (const uint32_t selector : {1U, 3U, 4U}) {
-        dhcp6snoopingGlobalDhcp6InfoCfg(selector, &config);
-    }
-    for (const VlanId vlan : {30U, 31U, 32U, 40U}) {
-        operate_no_ip6_source_guard_vlan(vlan, 1);
-    }
-    Ipv6Address address{};
-    address.octets[0] = 0x20;
-    for (const auto &[last, withMac, port, vlan] :
-         {std::tuple{1, false, 3U, 10U}, std::tuple{2, true, 0U, 10U}, std::tuple{3, true, 3U, 0U},
-          std::tuple{4, true, 3U, 10U}}) {
-        address.octets[15] = static_cast<uint8_t>(last);
-        uint8_t bindingMac[6] = {2, 0, 0, 0, 0, static_cast<uint8_t>(last)};
-        ip6v6_source_guard_bind_node_add(address, withMac ? bindingMac : nullptr, port, vlan);
+    configureRichly();
+    // Neither the port and VLAN of a binding without a MAC nor the VLAN of one for every port are written.
+    const uint8_t mac[6] = {2, 0, 0, 0, 0, 6};
+    for (const auto &[last, withMac, port] : {std::tuple{5, false, 3U}, std::tuple{6, true, 0U}}) {
+        const Ipv6Address address{
+            {0x20, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, static_cast<uint8_t>(last)}};
+        ASSERT_EQ(ip6v6_source_guard_bind_node_add(address, withMac ? mac : nullptr, port, 10), 0);
     }
     EXPECT_EQ(
         section(),
@@ -96,62 +65,42 @@ TEST_F(RunningConfigTest, EverySectionInItsOrder) {
         "no dhcpv6-snooping port-down-action fast-remove\r\n"
         "interface ethernet1/0/1\r\ndhcpv6-snooping trust\r\nexit\r\n"
         "interface ethernet1/0/2\r\nipv6-source-guard ipv6-mac\r\ndhcpv6-snooping max-clients 100\r\nexit\r\n"
+        "interface ethernet1/0/3\r\nipv6-source-guard ipv6\r\nexit\r\n"
         "vlan 10\r\ndhcpv6-snooping max-clients 5\r\nexit\r\n"
-        "dhcpv6-snooping information interface-id string \"abc\"\r\n"
+        "vlan 20\r\ndhcpv6-snooping max-clients 0\r\nexit\r\n"
+        "dhcpv6-snooping information interface-id string \"desk \"7\" left\"\r\n"
         "dhcpv6-snooping information option 37\r\n"
         "dhcpv6-snooping information remote-id user-defined \"%cvlan-%port\"\r\n"
-        "no ipv6-source-guard bind vlan 30-32,40\r\n"
+        "no ipv6-source-guard bind vlan 30,40-43,4094\r\n"
+        "ipv6-source-guard bind ip 2000::6 mac 02:00:00:00:00:06\r\n"
+        "ipv6-source-guard bind ip 2000::5\r\n"
         "ipv6-source-guard bind ip 2000::4 mac 02:00:00:00:00:04 interface ethernet 1/0/3 vlan 10\r\n"
         "ipv6-source-guard bind ip 2000::3 mac 02:00:00:00:00:03 interface ethernet 1/0/3\r\n"
         "ipv6-source-guard bind ip 2000::2 mac 02:00:00:00:00:02\r\n"
         "ipv6-source-guard bind ip 2000::1\r\n");
 }
 
-TEST_F(RunningConfigTest, CounterEqualToThePieceRefusesItOneMoreAcceptsIt) {
+TEST_F(RunningConfigTest,
+       DefaultsWriteNothingNotEvenTheHeaderAndACounterEqualToAPieceRefusesItOneMoreTakesIt) {
+    uint32_t result = 99;
+    EXPECT_EQ(section(8192, &result, "!previous\r\n"), "!previous\r\n");
+    EXPECT_EQ(result, 0U);
     dhcp6snoopingStart();
     const std::string header = "![DHCPV6-SNOOPING]\r\n";
     const std::string line = "dhcpv6-snooping\r\n";
-    uint32_t result = 0;
     EXPECT_EQ(section(static_cast<uint32_t>(header.size()), &result), "");
     EXPECT_EQ(result, 0xFFFFFFFFU);
     EXPECT_EQ(section(static_cast<uint32_t>(header.size() + line.size()), &result), header);
     EXPECT_EQ(result, 0xFFFFFFFFU);
     EXPECT_EQ(section(static_cast<uint32_t>(header.size() + line.size() + 1), &result), header + line);
     EXPECT_EQ(result, 0U);
+    sw.failModuleName();
+    EXPECT_EQ(dhcp6snoopingBuildRunningConfig(nullptr, nullptr), 0xFFFFFFFFU);
+    section(8192, &result);
+    EXPECT_EQ(result, 0xFFFFFFFFU);
 }
 
-// How one information option is set: its format and the value's text (an address or a text).
-struct OptionSetting {
-    InfoOptionFormat format;
-    const char *value;
-};
-
-struct RoundTripCase {
-    const char *name;
-    OptionSetting interfaceId;
-    OptionSetting remoteId;
-};
-
-void setOption(bool interfaceId, const OptionSetting &setting) {
-    InfoOptionConfig record{};
-    InfoOptionFields fields = interfaceId ? interfaceIdFields(record) : remoteIdFields(record);
-    fields.enable = 1;
-    fields.format = setting.format;
-    if (setting.format == FORMAT_IPV4_ADDRESS || setting.format == FORMAT_IPV6_ADDRESS) {
-        ASSERT_EQ(inet_pton(setting.format == FORMAT_IPV4_ADDRESS ? AF_INET : AF_INET6, setting.value,
-                            fields.value),
-                  1);
-    } else {
-        std::snprintf(reinterpret_cast<char *>(fields.value), kOptionValueSize, "%s", setting.value);
-    }
-    for (const InfoOptionSelector selector :
-         interfaceId ? std::array{SELECT_INTERFACE_ID_ENABLE, SELECT_INTERFACE_ID_FORMAT}
-                     : std::array{SELECT_REMOTE_ID_ENABLE, SELECT_REMOTE_ID_FORMAT}) {
-        ASSERT_EQ(dhcp6snoopingGlobalDhcp6InfoCfg(selector, &record), 0);
-    }
-}
-
-// Runs `work` in a child process, on a daemon that starts there, and returns what it wrote.
+// Runs `work` in a child process, on the daemon started there, and returns what it wrote.
 template <typename Work>
 std::string inChildProcess(Work work) {
     int pipeEnds[2];
@@ -179,74 +128,42 @@ std::string inChildProcess(Work work) {
     return text;
 }
 
-class ConfigRoundTripTest : public DaemonTest, public ::testing::WithParamInterface<RoundTripCase> {
+// The formats the options take on top of the rich configuration, both switched on.
+struct OptionFormats {
+    const char *name;
+    InfoOptionFormat interfaceId;
+    const char *interfaceIdValue;
+    InfoOptionFormat remoteId;
+    const char *remoteIdValue;
+};
+
+class RoundTripTest : public RunningConfigTest, public ::testing::WithParamInterface<OptionFormats> {
   protected:
-    ConfigRoundTripTest() {
-        sw.addVlan(10, {1, 2, 3, 4, 5});
-        sw.addVlan(20, {6, 7});
-    }
-
-    // Trusted and guarded ports, limits of ports and VLANs, both options, exempt VLANs and a static
-    // binding of every form the running configuration writes.
-    void configureRichly() {
-        dhcp6snoopingStart();
-        dhcp6snoopingFastRemoveCfg(0);
-        dhcp6snooping_port_mode(2, 1);
-        set_ip6_source_guard_port_mode(3, SOURCE_GUARD_IPV6);
-        set_ip6_source_guard_port_mode(4, SOURCE_GUARD_IPV6_MAC);
-        dhcp6snooping_port_maxclients(4, 10);
-        dhcp6snooping_port_mode(5, 1);
-        set_ip6_source_guard_port_mode(5, SOURCE_GUARD_IPV6_MAC_VLAN);
-        dhcp6snooping_vlan_maxclients(10, 100);
-        dhcp6snooping_vlan_maxclients(20, 0);
-        setOption(/*interfaceId=*/true, GetParam().interfaceId);
-        setOption(/*interfaceId=*/false, GetParam().remoteId);
-        VlanBitmap exempt{};
-        VlanBitmap failed{};
-        for (const VlanId vlan : {30, 40, 41, 42, 43, 4094}) {
-            vlanBitmapAdd(exempt, vlan);
+    // The value as the option record holds it: the bytes of an address, or the text itself.
+    static std::string valueOf(InfoOptionFormat format, const char *text) {
+        if (format != FORMAT_IPV4_ADDRESS && format != FORMAT_IPV6_ADDRESS) {
+            return text;
         }
-        ip6_source_guard_vlanlist_config(/*operation=*/0, &exempt, &failed);
-        const uint8_t mac[6] = {0x02, 0, 0, 0, 0, 0x0a};
-        Ipv6Address address{{0x20, 0x01, 0x0d, 0xb8}};
-        for (const auto &[last, withMac, port, vlan] :
-             {std::tuple{1, false, 0U, 0U}, std::tuple{2, true, 0U, 0U}, std::tuple{3, true, 3U, 0U},
-              std::tuple{4, true, 4U, 10U}}) {
-            address.octets[15] = static_cast<uint8_t>(last);
-            uint8_t bindingMac[6];
-            std::copy(std::begin(mac), std::end(mac), bindingMac);
-            bindingMac[5] = static_cast<uint8_t>(last);
-            ASSERT_EQ(ip6v6_source_guard_bind_node_add(address, withMac ? bindingMac : nullptr, port, vlan),
-                      0);
-        }
-    }
-
-    // The running configuration as the switch collects it, and the filters in place.
-    std::string configurationAndFilters() {
-        sw.queueRunningConfigRequest(1U << 16);
-        serve();
-        std::string text = sw.runningConfigAnswers().back().text + "filters:\n";
-        for (const auto &filter : sw.installedFilters()) {
-            text += filter.text() + "\n";
-        }
-        return text;
+        std::string bytes(16, '\0');
+        EXPECT_EQ(inet_pton(format == FORMAT_IPV4_ADDRESS ? AF_INET : AF_INET6, text, bytes.data()), 1);
+        return bytes;
     }
 };
 
-TEST_P(ConfigRoundTripTest, RunningConfigurationEnteredOnAFreshDaemonGivesBackTheSameState) {
-    const std::string configured = inChildProcess([this] {
-        startDaemon();
+// The configuration is made by a daemon in another process and entered here, on a daemon that never had one.
+TEST_P(RoundTripTest, EnteredOnAFreshDaemonTheRunningConfigurationGivesBackTheSameState) {
+    const OptionFormats &formats = GetParam();
+    const std::string configured = inChildProcess([&formats, this] {
         configureRichly();
+        EXPECT_EQ(fuzz::enableRelayOption(true, true), 0);
+        EXPECT_EQ(fuzz::setRelayOptionFormat(true, formats.interfaceId,
+                                             valueOf(formats.interfaceId, formats.interfaceIdValue)),
+                  0);
+        EXPECT_EQ(fuzz::setRelayOptionFormat(false, formats.remoteId,
+                                             valueOf(formats.remoteId, formats.remoteIdValue)),
+                  0);
         return configurationAndFilters();
     });
-    for (const char *line :
-         {"dhcpv6-snooping information option 18", "dhcpv6-snooping information option 37",
-          "no ipv6-source-guard bind vlan 30,40-43,4094", "interface ethernet 1/0/4 vlan 10",
-          "mac 02:00:00:00:00:03 interface ethernet 1/0/3\r\n", "mac 02:00:00:00:00:02\r\n",
-          "bind ip 2001:db8::1\r\n"}) {
-        EXPECT_THAT(configured, ::testing::HasSubstr(line));
-    }
-    startDaemon();
     const std::string text = configured.substr(0, configured.find("filters:"));
     const auto errors = switchsim::applyConfigText(sw, text, dhcp6snoopingServeNextMessage);
     for (const auto &error : errors) {
@@ -256,30 +173,20 @@ TEST_P(ConfigRoundTripTest, RunningConfigurationEnteredOnAFreshDaemonGivesBackTh
               fuzz::withBindingLinesSorted(configured));
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    EveryOptionFormat, ConfigRoundTripTest,
-    ::testing::Values(
-        RoundTripCase{"Addresses", {FORMAT_IPV4_ADDRESS, "192.0.2.1"}, {FORMAT_IPV6_ADDRESS, "2001:db8::99"}},
-        RoundTripCase{
-            "AddressesSwapped", {FORMAT_IPV6_ADDRESS, "2001:db8::1"}, {FORMAT_IPV4_ADDRESS, "198.51.100.7"}},
-        RoundTripCase{
-            "TextAndTemplate", {FORMAT_STRING, "desk \"7\" left"}, {FORMAT_USER_DEFINED, "%sysname-%port"}},
-        RoundTripCase{"TemplateAndEmptyText", {FORMAT_USER_DEFINED, "vlan%cvlan"}, {FORMAT_STRING, ""}}),
-    [](const auto &testInfo) { return std::string(testInfo.param.name); });
+INSTANTIATE_TEST_SUITE_P(EveryFormat, RoundTripTest,
+                         ::testing::Values(OptionFormats{"Addresses", FORMAT_IPV4_ADDRESS, "192.0.2.1",
+                                                         FORMAT_IPV6_ADDRESS, "2001:db8::99"},
+                                           OptionFormats{"TemplateAndEmptyText", FORMAT_USER_DEFINED,
+                                                         "vlan%cvlan", FORMAT_STRING, ""},
+                                           OptionFormats{"TextAndTemplate", FORMAT_STRING, "desk \"7\"",
+                                                         FORMAT_USER_DEFINED, "%sysname-%port"}),
+                         [](const auto &testInfo) { return std::string(testInfo.param.name); });
 
 TEST(ConfigRoundTrip, RandomConfigurationsComeBackWhole) {
-    std::mt19937 random(20261123);
-    for (int configuration = 0; configuration < 200; ++configuration) {
-        std::vector<uint8_t> bytes(160);
-        std::generate(bytes.begin(), bytes.end(), [&random] { return static_cast<uint8_t>(random()); });
-        fuzz::Input input(bytes.data(), bytes.size());
-        const auto failure = fuzz::playConfigRoundTrip(input);
-        ASSERT_FALSE(failure.has_value()) << "configuration " << configuration << ": " << *failure;
-    }
+    EXPECT_EQ(fuzz::playRandomInputs(200, 160, fuzz::playConfigRoundTrip), std::nullopt);
 }
 
 TEST(ConfigInterpreter, RefusedLinesAreReportedAndTheRestIsEntered) {
-    fuzz::fuzzSwitch();
     const auto errors =
         switchsim::applyConfigText(fuzz::fuzzSwitch(),
                                    "![DHCPV6-SNOOPING]\r\n"

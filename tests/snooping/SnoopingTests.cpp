@@ -13,31 +13,21 @@
 #include <cstdlib>
 #include <cstring>
 #include <memory>
-#include <numeric>
 #include <random>
 #include <set>
-#include <string>
-#include <vector>
 
 #include "platform/ContainerApi.h"
 #include "snooping/BulkRemoval.h"
-#include "snooping/ClientTable.h"
 #include "snooping/Dhcp6Options.h"
 #include "snooping/Dhcp6Snooping.h"
 #include "snooping/LeaseExtraction.h"
-#include "source_guard/PortMode.h"
 #include "support/SnoopingTest.h"
 
 namespace {
 
 using namespace switchsim::dhcp6;
-using switchsim::Bytes;
-using switchsim::Filter;
-using switchsim::ipv6;
-using ::testing::Contains;
-using ::testing::ElementsAre;
-using ::testing::IsEmpty;
-using ::testing::Not;
+using namespace switchsim;
+using namespace ::testing;
 
 using Ports = std::vector<uint32_t>;
 const Ports kFloodFrom3 = {1, 2, 4, 5, 6, 7, 8};
@@ -96,7 +86,7 @@ struct LeaseCase {
     Bytes options;
 };
 
-class LeaseCaseTest : public DaemonTest, public ::testing::WithParamInterface<LeaseCase> {
+class LeaseCaseTest : public DaemonTest, public WithParamInterface<LeaseCase> {
   protected:
     void SetUp() override {
         startDaemon();
@@ -120,7 +110,7 @@ TEST_P(LeaseCaseTest, KeepsTheUsableBindingsAndTracesWhatItDiscards) {
 
 INSTANTIATE_TEST_SUITE_P(
     Options, LeaseCaseTest,
-    ::testing::Values(
+    Values(
         // A later option for the same address overwrites.
         LeaseCase{1, 1, "2001:db8::1/128 30/40, 2001:db8::2/128 1/2", nullptr,
                   iaNa(1, 0, 0,
@@ -179,28 +169,28 @@ Mac macOf(uint32_t n) {
 
 // The in-order walk gives the keys of `model` in order, each record found by search, balanced, and with
 // the height its subtrees give it.
-::testing::AssertionResult matches(AvlNode *root, const std::set<Mac> &model) {
+AssertionResult matches(AvlNode *root, const std::set<Mac> &model) {
     auto *item = static_cast<Item *>(avlMinimumGet(root));
     for (const Mac &key : model) {
         if (item == nullptr || item->key != key || avlSearch(root, key.data(), compareItem) != item) {
-            return ::testing::AssertionFailure() << "walk or search lost a key";
+            return AssertionFailure() << "walk or search lost a key";
         }
         const int32_t left = item->node.left != nullptr ? item->node.left->height : 0;
         const int32_t right = item->node.right != nullptr ? item->node.right->height : 0;
         if (item->node.height != 1 + std::max(left, right) || std::abs(left - right) > 1) {
-            return ::testing::AssertionFailure() << "unbalanced or wrong height";
+            return AssertionFailure() << "unbalanced or wrong height";
         }
         item = static_cast<Item *>(avlSuccessorGet(root, key.data(), compareItem));
     }
     if (item != nullptr) {
-        return ::testing::AssertionFailure() << "walk went past the largest key";
+        return AssertionFailure() << "walk went past the largest key";
     }
-    return ::testing::AssertionSuccess();
+    return AssertionSuccess();
 }
 
 enum class Order { Ascending, Descending, Shuffled };
 
-class AvlTreeModelTest : public ::testing::TestWithParam<Order> {};
+class AvlTreeModelTest : public TestWithParam<Order> {};
 
 TEST_P(AvlTreeModelTest, StaysOrderedAndBalancedThroughInsertsAndDeletes) {
     std::vector<Item> pool(2048);
@@ -208,19 +198,17 @@ TEST_P(AvlTreeModelTest, StaysOrderedAndBalancedThroughInsertsAndDeletes) {
         pool[n].key = macOf(n);
     }
     std::sort(pool.begin(), pool.end(), [](const Item &a, const Item &b) { return a.key < b.key; });
-    std::vector<size_t> order(pool.size());
-    std::iota(order.begin(), order.end(), 0U);
     std::mt19937 rng(2048);
     if (GetParam() == Order::Descending) {
-        std::reverse(order.begin(), order.end());
+        std::reverse(pool.begin(), pool.end());
     } else if (GetParam() == Order::Shuffled) {
-        std::shuffle(order.begin(), order.end(), rng);
+        std::shuffle(pool.begin(), pool.end(), rng);
     }
     AvlNode *root = nullptr;
     std::set<Mac> model;
-    for (const size_t i : order) {
-        ASSERT_EQ(avlInsert(&root, &pool[i].node, pool[i].key.data(), compareItem), 0);
-        model.insert(pool[i].key);
+    for (Item &item : pool) {
+        ASSERT_EQ(avlInsert(&root, &item.node, item.key.data(), compareItem), 0);
+        model.insert(item.key);
         ASSERT_TRUE(matches(root, model));
     }
     // Churn: delete a present record, delete an absent key (macOf above 2047) and ask for its successor, as
@@ -250,28 +238,24 @@ TEST_P(AvlTreeModelTest, StaysOrderedAndBalancedThroughInsertsAndDeletes) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Orders, AvlTreeModelTest,
-                         ::testing::Values(Order::Ascending, Order::Descending, Order::Shuffled));
-
-Mac numberedMac(uint32_t n) {
-    return {2, 0, 0, uint8_t(n >> 16), uint8_t(n >> 8), uint8_t(n)};
-}
+                         Values(Order::Ascending, Order::Descending, Order::Shuffled));
 
 using ClientTableTest = SnoopingTest;
 
 TEST_F(ClientTableTest, PoolOf2048IsExhaustedThenReusedAfterADeletionAsAZeroedEntry) {
     for (uint32_t n = 0; n < kMaxClients; ++n) {
-        ClientEntry *entry = clientFindOrCreate(numberedMac(n).data());
+        ClientEntry *entry = clientFindOrCreate(macOf(n).data());
         ASSERT_NE(entry, nullptr) << n;
         entry->pendingLifetime = entry->lastUpdate = 7;
     }
     EXPECT_THAT(traces(), IsEmpty());
-    EXPECT_EQ(clientFindOrCreate(numberedMac(kMaxClients).data()), nullptr);
+    EXPECT_EQ(clientFindOrCreate(macOf(kMaxClients).data()), nullptr);
     EXPECT_THAT(traces(), ElementsAre("\r\n lstGet failed, no enough node space."));
     // A known client is still found when the pool is empty.
-    EXPECT_EQ(clientFindOrCreate(numberedMac(7).data()), clientFind(numberedMac(7).data()));
+    EXPECT_EQ(clientFindOrCreate(macOf(7).data()), clientFind(macOf(7).data()));
 
-    EXPECT_EQ(clientDelete(numberedMac(7).data()), 0);
-    ClientEntry *entry = clientFindOrCreate(numberedMac(kMaxClients).data());
+    EXPECT_EQ(clientDelete(macOf(7).data()), 0);
+    ClientEntry *entry = clientFindOrCreate(macOf(kMaxClients).data());
     ASSERT_NE(entry, nullptr);
     EXPECT_EQ(entry->counted + entry->acked + entry->pendingLifetime + entry->lastUpdate + entry->portIndex,
               0U);
@@ -336,7 +320,7 @@ TEST_F(SnoopingDecisionTest,
     for (const uint8_t type : {ADVERTISE, REPLY, RECONFIGURE, RELAY_REPLY}) {
         serverSends(type, kClient, 5, iaNa(1, 0, 0, iaAddress(kAddress1, 10, 20)));
     }
-    const switchsim::MacAddress zero{};
+    const MacAddress zero{};
     clientSends(SOLICIT, zero, kServerPort);
     clientSends(RELEASE, zero, 3);
     serverSends(REPLY, zero, kServerPort);
@@ -355,7 +339,7 @@ TEST_F(SnoopingDecisionTest, OnlyKnownTypesPassAndRelayForwardAndInformationRequ
     EXPECT_THAT(traces(), IsEmpty());
 }
 
-class ClientLimitTest : public SnoopingDecisionTest, public ::testing::WithParamInterface<bool> {};
+class ClientLimitTest : public SnoopingDecisionTest, public WithParamInterface<bool> {};
 
 TEST_P(ClientLimitTest, FullPortOrVlanAdmitsOnlyClientsRecordedThere) {
     ASSERT_EQ(GetParam() ? dhcp6snooping_vlan_maxclients(kVlan, 1) : dhcp6snooping_port_maxclients(3, 1), 0);
@@ -374,7 +358,7 @@ TEST_P(ClientLimitTest, FullPortOrVlanAdmitsOnlyClientsRecordedThere) {
     EXPECT_EQ(clientFind(kOtherClient.data()), nullptr);
 }
 
-INSTANTIATE_TEST_SUITE_P(PortOrVlan, ClientLimitTest, ::testing::Bool());
+INSTANTIATE_TEST_SUITE_P(PortOrVlan, ClientLimitTest, Bool());
 
 TEST_F(SnoopingDecisionTest, ClientThatMovesIsRecordedAfreshWithItsCounts) {
     clientSends(SOLICIT, kClient, 3);
@@ -449,13 +433,12 @@ class ReceiveCallbackTest : public SnoopingTest {
     // Hands the first `length` bytes of a SOLICIT straight to the callback in a buffer that ends with them,
     // 2 bytes past a 4-byte boundary as the packet service delivers frames.
     int32_t receive(uint32_t length, uint32_t port, uint32_t vlan, PktRecvInfo info) {
-        buffer_ = std::make_unique<uint8_t[]>(length + 2);
-        std::copy_n(built_.bytes.begin(), length, buffer_.get() + 2);
-        return dhcp6snoopingRegPktProcess(buffer_.get() + 2, length, PktRecvTag{vlan, port, {}}, info);
+        const auto buffer = std::make_unique<uint8_t[]>(length + 2);
+        std::copy_n(built_.bytes.begin(), length, buffer.get() + 2);
+        return dhcp6snoopingRegPktProcess(buffer.get() + 2, length, PktRecvTag{vlan, port, {}}, info);
     }
 
     const BuiltFrame built_ = buildDhcp6Frame(fromClient(SOLICIT, kClient, clientId(duidLl(kClient))));
-    std::unique_ptr<uint8_t[]> buffer_;
 };
 
 TEST_F(ReceiveCallbackTest, CutFramesOtherKindsAndPortsOrVlansOutsideTheTablesAreLeftAlone) {
@@ -546,16 +529,6 @@ TEST_F(ForwardingTest, FrameLeavesExactlyAsReceivedAndNotAtAllWithoutAnotherVlan
 
 using AgingTest = SnoopingTest;
 
-// A selector of `kind`; `number` is the VLAN or the port it names, `bytes` the address or the MAC.
-DeleteSelector selectorOf(uint32_t kind, uint32_t number = 0, const uint8_t *bytes = nullptr) {
-    DeleteSelector selector{kind, number, number, {}, {}, {}};
-    if (bytes != nullptr) {
-        std::memcpy(kind == DELETE_BY_MAC ? selector.mac : selector.address, bytes,
-                    kind == DELETE_BY_MAC ? 6 : 16);
-    }
-    return selector;
-}
-
 TEST_F(AgingTest, BindingGoesWithItsFilterOneSecondBeforeItsLifetimeEndsAndTheClientWithItsLast) {
     ASSERT_EQ(set_ip6_source_guard_port_mode(3, SOURCE_GUARD_IPV6), 0);
     acknowledge(kClient, 3, iaNa(1, 0, 0, join({iaAddress(kAddress1, 5, 5), iaAddress(kAddress2, 9, 9)})));
@@ -588,31 +561,29 @@ TEST_F(AgingTest, UnacknowledgedClientLivesAbout180SecondsAfterItsLastMessage) {
 }
 
 TEST_F(AgingTest, RemovalByAddressTakesOnlyTheFirstHoldersBindingAndUnknownKindsAreRefused) {
-    const DeleteSelector byAddress = selectorOf(DELETE_BY_ADDRESS, 0, kAddress1.data());
-    const DeleteSelector unknown = selectorOf(5);
-    EXPECT_EQ(dhcp6snoopingDeleteByData(unknown), 0);  // nothing to walk over
+    EXPECT_EQ(fuzz::removeClients(5, 0, 0), 0);  // an unknown kind, but nothing to walk over
 
     acknowledge(kClient, 3, iaNa(1, 0, 0, iaAddress(kAddress1, 100, 200)));
     acknowledge(kOtherClient, 4, iaNa(1, 0, 0, iaAddress(kAddress1, 100, 200)));
-    EXPECT_EQ(dhcp6snoopingDeleteByData(unknown), -1);
-    EXPECT_EQ(dhcp6snoopingDeleteByData(byAddress), 0);
+    EXPECT_EQ(fuzz::removeClients(5, 0, 0), -1);
+    EXPECT_EQ(fuzz::removeClients(DELETE_BY_ADDRESS, 0, 0, nullptr, kAddress1.data()), 0);
     EXPECT_EQ(clientFind(kClient.data()), nullptr);
     EXPECT_NE(clientFind(kOtherClient.data()), nullptr);
 }
 
 TEST_F(AgingTest, RemovalByVlanMacOrPortAndLinkDownTakeEveryMatchingClientAndLinkUpNone) {
-    const auto third = switchsim::mac("02:00:00:00:00:03");
+    const auto third = mac("02:00:00:00:00:03");
     clientSends(SOLICIT, kClient, 3);
     clientSends(SOLICIT, kOtherClient, 3, {}, 20);
     clientSends(SOLICIT, third, 4, {}, 20);
-    dhcp6snoopingDeleteByData(selectorOf(DELETE_BY_VLAN, 20));
+    fuzz::removeClients(DELETE_BY_VLAN, 0, 20);
     EXPECT_EQ(clientFind(kOtherClient.data()), nullptr);
     EXPECT_EQ(clientFind(third.data()), nullptr);
     clientSends(SOLICIT, kOtherClient, 3);
     clientSends(SOLICIT, third, 4);
-    dhcp6snoopingDeleteByData(selectorOf(DELETE_BY_MAC, 0, kClient.data()));
+    fuzz::removeClients(DELETE_BY_MAC, 0, 0, kClient.data());
     EXPECT_EQ(clientFind(kClient.data()), nullptr);
-    dhcp6snoopingDeleteByData(selectorOf(DELETE_BY_PORT, 4));
+    fuzz::removeClients(DELETE_BY_PORT, 4, 0);
     EXPECT_EQ(clientFind(third.data()), nullptr);
     sw.queueLinkChange(3, 1);
     serve();
@@ -627,10 +598,10 @@ TEST_F(AgingTest, RemovalByVlanMacOrPortAndLinkDownTakeEveryMatchingClientAndLin
 
 TEST_F(AgingTest, BulkRemovalWarnsAfter10SecondsAndStopsAt30LeavingTheRest) {
     for (uint32_t n = 1; n <= 40; ++n) {
-        clientSends(SOLICIT, switchsim::MacAddress{2, 0, 0, 0, 1, uint8_t(n)}, 3);
+        clientSends(SOLICIT, MacAddress{2, 0, 0, 0, 1, uint8_t(n)}, 3);
     }
     sw.advanceClockOnEachRead(1);
-    EXPECT_EQ(dhcp6snoopingDeleteByData(selectorOf(DELETE_ALL)), 0);
+    EXPECT_EQ(fuzz::removeClients(DELETE_ALL, 0, 0), 0);
     sw.advanceClockOnEachRead(0);
 
     // One second passes at the start and at every check: the 30th check gives up.

@@ -2,14 +2,10 @@
 // A test with snooping on, on a 24-port switch: VLAN 10 holds ports 1 to 8, and a DHCPv6 server sits
 // behind trusted port 1, where the switch has learned its MAC.
 
-#include <cstring>
-#include <string>
-#include <vector>
+#include <bit>
 
 #include "core/GlobalState.h"
-#include "mgmt/PortVlanSettings.h"
 #include "snooping/ClientTable.h"
-#include "snooping/SnoopingOnOff.h"
 #include "support/DaemonTest.h"
 #include "switchsim/Dhcp6FrameBuilder.h"
 
@@ -69,13 +65,8 @@ class SnoopingTest : public DaemonTest {
         });
         return filters;
     }
-    [[nodiscard]] size_t filterCallCount() const { return sw.filterCalls().size(); }
 
-    static Ipv6Address ip(const char *text) {
-        Ipv6Address address;
-        std::memcpy(address.octets, switchsim::ipv6(text).data(), sizeof address.octets);
-        return address;
-    }
+    static Ipv6Address ip(const char *text) { return std::bit_cast<Ipv6Address>(switchsim::ipv6(text)); }
 
     // The bindings of the client, or nothing without a client.
     static std::vector<std::string> bindingsOf(const switchsim::MacAddress &client) {

@@ -11,7 +11,6 @@
 #include <cstdint>
 #include <functional>
 #include <optional>
-#include <string>
 #include <utility>
 #include <vector>
 
@@ -32,11 +31,9 @@
 
 namespace {
 
-namespace dhcp6 = switchsim::dhcp6;
+using namespace switchsim::dhcp6;
 using switchsim::Bytes;
-using ::testing::ElementsAreArray;
-using ::testing::HasSubstr;
-using ::testing::Optional;
+using namespace ::testing;
 
 const switchsim::MacAddress kClient = switchsim::mac("00:00:5e:00:53:01");
 const switchsim::MacAddress kServer = switchsim::mac("00:00:5e:00:53:02");
@@ -76,24 +73,21 @@ const Bytes kHandWrittenRelayReply = {
     /* Status Code 0, "ok!" */
     0x00, 0x0d, 0x00, 0x05, 0x00, 0x00, 'o', 'k', '!'};
 
-dhcp6::Dhcp6Frame taggedSolicit() {
-    auto frame = dhcp6::fromClient(
-        dhcp6::SOLICIT, kClient,
-        dhcp6::join(
-            {dhcp6::clientId(dhcp6::duidLl(kClient)),
-             dhcp6::iaNa(1, 0, 0, dhcp6::iaAddress(switchsim::ipv6("2001:db8::1"), 3600, 7200)),
-             dhcp6::iaPd(2, 0, 0, dhcp6::iaPrefix(3600, 7200, 56, switchsim::ipv6("2001:db8:100::")))}));
+Dhcp6Frame taggedSolicit() {
+    auto frame = fromClient(
+        SOLICIT, kClient,
+        join({clientId(duidLl(kClient)), iaNa(1, 0, 0, iaAddress(switchsim::ipv6("2001:db8::1"), 3600, 7200)),
+              iaPd(2, 0, 0, iaPrefix(3600, 7200, 56, switchsim::ipv6("2001:db8:100::")))}));
     frame.vlanTag = 10;
     frame.transactionId = 0x123456;
     return frame;
 }
 
 // A REPLY relayed back towards the client.
-dhcp6::Dhcp6Frame relayReply() {
-    const Bytes reply = dhcp6::message(dhcp6::REPLY, 0x123456, dhcp6::statusCode(0, "ok!"));
-    return dhcp6::fromServer(dhcp6::RELAY_REPLY, kServer, kClient,
-                             dhcp6::join({dhcp6::interfaceId({'p', '3'}), dhcp6::remoteId(32473, {0xab}),
-                                          dhcp6::relayMessageOption(reply)}));
+Dhcp6Frame relayReply() {
+    const Bytes reply = message(REPLY, 0x123456, statusCode(0, "ok!"));
+    return fromServer(RELAY_REPLY, kServer, kClient,
+                      join({interfaceId({'p', '3'}), remoteId(32473, {0xab}), relayMessageOption(reply)}));
 }
 
 Bytes slice(const Bytes &bytes, size_t from, size_t size) {
@@ -101,12 +95,9 @@ Bytes slice(const Bytes &bytes, size_t from, size_t size) {
             bytes.begin() + static_cast<ptrdiff_t>(from + size)};
 }
 
-TEST(Dhcp6FrameBuilderTest, BuildsTheHandWrittenSolicit) {
-    EXPECT_THAT(dhcp6::buildDhcp6Frame(taggedSolicit()).bytes, ElementsAreArray(kHandWrittenSolicit));
-}
-
-TEST(Dhcp6FrameBuilderTest, RelayReplyCarriesTheRelayHeaderAndTheRelayOptions) {
-    const auto built = dhcp6::buildDhcp6Frame(relayReply());
+TEST(Dhcp6FrameBuilderTest, BuildsTheHandWrittenSolicitAndARelayReplyWithTheRelayHeaderAndOptions) {
+    EXPECT_THAT(buildDhcp6Frame(taggedSolicit()).bytes, ElementsAreArray(kHandWrittenSolicit));
+    const auto built = buildDhcp6Frame(relayReply());
     EXPECT_THAT(slice(built.bytes, built.info.payloadOffset, built.bytes.size() - built.info.payloadOffset),
                 ElementsAreArray(kHandWrittenRelayReply));
     // Unicast from the server to the client, relay port to relay port.
@@ -119,8 +110,8 @@ TEST(Dhcp6FrameBuilderTest, RelayReplyCarriesTheRelayHeaderAndTheRelayOptions) {
 // the frames here neither overflow nor underflow by one.
 constexpr size_t kPayloadLengthAt = 14 + 4, kUdpLengthAt = 14 + 40 + 4, kChecksumAt = 14 + 40 + 6;
 
-Bytes solicit(const Bytes &options = dhcp6::clientId(dhcp6::duidLl(kClient))) {
-    return dhcp6::buildDhcp6Frame(dhcp6::fromClient(dhcp6::SOLICIT, kClient, options)).bytes;
+Bytes solicit(const Bytes &options = clientId(duidLl(kClient))) {
+    return buildDhcp6Frame(fromClient(SOLICIT, kClient, options)).bytes;
 }
 
 Bytes changed(Bytes frame, const std::function<void(Bytes &)> &change) {
@@ -129,13 +120,13 @@ Bytes changed(Bytes frame, const std::function<void(Bytes &)> &change) {
 }
 
 TEST(FrameCheckTest, BuiltFramesAreSoundAndEachMutationIsNamed) {
-    const Bytes options = dhcp6::join({dhcp6::clientId(dhcp6::duidLl(kClient)), dhcp6::elapsedTime(0)});
+    const Bytes options = join({clientId(duidLl(kClient)), elapsedTime(0)});
     const Bytes lastOptionCut(options.begin(), options.end() - 1);
     // A SOLICIT whose checksum computes to 0, which goes out as 0xFFFF: its Elapsed Time word, the first
     // word of the options' data, is set to the checksum computed with it at 0, which makes the sum all ones.
-    const Bytes first = solicit(dhcp6::elapsedTime(0));
+    const Bytes first = solicit(elapsedTime(0));
     const Bytes zero =
-        solicit(dhcp6::elapsedTime(static_cast<uint16_t>(first[kChecksumAt] << 8 | first[kChecksumAt + 1])));
+        solicit(elapsedTime(static_cast<uint16_t>(first[kChecksumAt] << 8 | first[kChecksumAt + 1])));
     ASSERT_EQ(zero[kChecksumAt] << 8 | zero[kChecksumAt + 1], 0xFFFF);
     Bytes twoTags = kHandWrittenSolicit;
     twoTags.insert(twoTags.begin() + 12, {0x81, 0x00, 0x00, 0x14});
@@ -143,8 +134,8 @@ TEST(FrameCheckTest, BuiltFramesAreSoundAndEachMutationIsNamed) {
     // Each frame with a part of its fault's text, or nothing for a sound frame.
     const std::vector<std::pair<Bytes, const char *>> cases = {
         {kHandWrittenSolicit, nullptr},
-        {dhcp6::buildDhcp6Frame(relayReply()).bytes, nullptr},  // options after its 34-byte header
-        {zero, nullptr},                                        // checksum computed 0, sent as 0xFFFF
+        {buildDhcp6Frame(relayReply()).bytes, nullptr},  // options after its 34-byte header
+        {zero, nullptr},                                 // checksum computed 0, sent as 0xFFFF
         {changed(solicit(), [](Bytes &f) { ++f[kPayloadLengthAt + 1]; }), "IPv6 payload length"},
         {changed(solicit(), [](Bytes &f) { f.push_back(0); }), "IPv6 payload length"},
         {changed(solicit(), [](Bytes &f) { ++f[kUdpLengthAt + 1]; }), "UDP length"},
@@ -152,7 +143,7 @@ TEST(FrameCheckTest, BuiltFramesAreSoundAndEachMutationIsNamed) {
         {changed(kHandWrittenSolicit, [](Bytes &f) { f[kChecksumAt + 4 + 1] ^= 0x01; }), "UDP checksum 0x"},
         {changed(zero, [](Bytes &f) { f[kChecksumAt] = f[kChecksumAt + 1] = 0; }), "UDP checksum 0,"},
         {solicit(lastOptionCut), "option 8 at frame offset 80 claims 2 data bytes, but only 1"},
-        {solicit(dhcp6::join({options, Bytes(1)})), "1 byte(s) at frame offset 86"},
+        {solicit(join({options, Bytes(1)})), "1 byte(s) at frame offset 86"},
         {twoTags, "more than one VLAN tag"},
         {changed(solicit(), [](Bytes &f) { f[14 + 6] = 0; }), "next header 0"},
         {changed(solicit(), [](Bytes &f) { f.resize(14 + 39); }), "fewer than an IPv6 header"},
@@ -190,7 +181,7 @@ void registerStandIn() {
     uint32_t timer = 0;
     EXPECT_EQ(vosTimerRegister(1, 1000, timerTick, &timer, 0), 0);
     PktMatchDescriptor descriptor{};
-    descriptor.udpPort = dhcp6::kServerPort;
+    descriptor.udpPort = kServerPort;
     descriptor.matchFlags = PKT_MATCH_UDP_PORT;
     EXPECT_EQ(smdVDPktRegister(0, &descriptor, 0, receive), 0);
 }
