@@ -30,20 +30,6 @@ int32_t vosPrintf(const char *format, ...) {
     return static_cast<int32_t>(sim.console.back().size());
 }
 
-int32_t vosInetNtop(int32_t family, const void *address, char *text, uint32_t textSize) {
-    if (family != VOS_AF_INET6 || address == nullptr || text == nullptr) {
-        return -1;
-    }
-    return inet_ntop(AF_INET6, address, text, textSize) != nullptr ? 0 : -1;
-}
-
-int32_t vosInetPton(int32_t family, const char *text, void *address) {
-    if (family != VOS_AF_INET6 || text == nullptr || address == nullptr) {
-        return -1;
-    }
-    return inet_pton(AF_INET6, text, address) == 1 ? 0 : -1;
-}
-
 void *vosCalloc(size_t count, size_t size) {
     if (switchsim::activeSim().failures.take("vosCalloc")) {
         return nullptr;

@@ -166,13 +166,6 @@ int32_t lac_ap_2_ag_hi_hi_excpt_cur(const PortList *members, PortList *egress, u
     return 0;
 }
 
-int32_t vd_portlist_plnull(const PortList *ports) {
-    return ports == nullptr || std::all_of(std::begin(ports->bits), std::end(ports->bits),
-                                           [](uint8_t byte) { return byte == 0; })
-               ? 1
-               : 0;
-}
-
 int32_t transPort2EtherPort(uint32_t portIndex, char name[PORT_NAME_TEXT_SIZE]) {
     const auto &sim = activeSim();
     if (name == nullptr) {
