@@ -1,0 +1,20 @@
+#pragma once
+// The filter service of the Linux host platform: the daemon's forwarding filters as nftables rules of the
+// bridge family, in a table of the daemon's own. The FRM_ calls (platform/FrmApi.h) are defined on top of it.
+
+#include <string>
+
+namespace hostplatform {
+
+// Removes a table of ours left behind by an earlier run and creates it anew, empty of filters. False, with
+// the reason in `error`, when nftables refuses.
+bool nftOpen(std::string &error);
+
+// Deletes the daemon's table with every rule in it.
+void nftClose();
+
+// While on, the bridge forwards no DHCPv6 message between its ports: the daemon receives them and forwards
+// or drops them itself. Answers 0 when nftables took the change.
+int nftSetDhcp6Interception(bool on);
+
+}  // namespace hostplatform
