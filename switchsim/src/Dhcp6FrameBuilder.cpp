@@ -3,7 +3,7 @@
 #include <stdexcept>
 #include <utility>
 
-#include "FrameLayout.h"
+#include "platform_support/FrameLayout.h"
 
 namespace switchsim::dhcp6 {
 namespace {
@@ -219,7 +219,7 @@ BuiltFrame buildDhcp6Frame(const Dhcp6Frame &frame) {
                                      frame.options)
                       : message(frame.messageType, frame.transactionId, frame.options);
     BuiltFrame built{buildUdp6Frame(udp), {}};
-    built.info = recvInfoFor(classifyFrame(built.bytes).value(), 0);
+    built.info = platform_support::recvInfoFor(platform_support::classifyFrame(built.bytes).value(), 0);
     return built;
 }
 

@@ -6,9 +6,11 @@
 #include <stdexcept>
 #include <string>
 
-#include "WireFormat.h"
+#include "platform_support/WireFormat.h"
 
 namespace switchsim {
+
+using namespace platform_support;  // NOLINT(google-build-using-namespace)
 namespace {
 
 constexpr uint8_t kHopLimit = 64;

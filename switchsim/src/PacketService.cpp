@@ -6,12 +6,14 @@
 #include <memory>
 #include <string>
 
-#include "FrameLayout.h"
 #include "SimState.h"
 #include "platform/SmdPacketApi.h"
+#include "platform_support/FrameLayout.h"
 #include "switchsim/FrameCheck.h"
 
 namespace switchsim {
+
+using namespace platform_support;  // NOLINT(google-build-using-namespace)
 namespace {
 
 // A registration mode with this bit set leaves the switch forwarding the matching frames itself.

@@ -1,10 +1,10 @@
 #pragma once
-// Field values and sizes of Ethernet, IPv6 and UDP as the simulated switch builds and reads frames.
+// Field values and sizes of Ethernet, IPv6 and UDP as the switch platforms build and read frames.
 
 #include <cstddef>
 #include <cstdint>
 
-namespace switchsim {
+namespace platform_support {
 
 inline constexpr uint16_t kEtherTypeIpv6 = 0x86DD;
 inline constexpr uint16_t kEtherTypeVlan = 0x8100;
@@ -17,4 +17,4 @@ inline constexpr size_t kUdpHeaderSize = 8;
 inline constexpr size_t kUdpDestinationPortOffset = 2;
 inline constexpr size_t kUdpChecksumOffset = 6;
 
-}  // namespace switchsim
+}  // namespace platform_support

@@ -7,7 +7,7 @@
 
 #include "platform/SmdPacketApi.h"
 
-namespace switchsim {
+namespace platform_support {
 
 struct FrameLayout {
     uint16_t etherType = 0;
@@ -25,4 +25,4 @@ std::optional<FrameLayout> classifyFrame(std::span<const uint8_t> frame);
 // place that needs those offsets asks here, so the delivered frames and the built ones always agree.
 PktRecvInfo recvInfoFor(const FrameLayout &layout, uint16_t frameKind);
 
-}  // namespace switchsim
+}  // namespace platform_support

@@ -1,8 +1,8 @@
-#include "FrameLayout.h"
+#include "platform_support/FrameLayout.h"
 
-#include "WireFormat.h"
+#include "platform_support/WireFormat.h"
 
-namespace switchsim {
+namespace platform_support {
 namespace {
 
 uint16_t be16(std::span<const uint8_t> bytes, size_t offset) {
@@ -48,4 +48,4 @@ PktRecvInfo recvInfoFor(const FrameLayout &layout, uint16_t frameKind) {
     return info;
 }
 
-}  // namespace switchsim
+}  // namespace platform_support
