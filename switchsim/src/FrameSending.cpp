@@ -8,9 +8,9 @@
 #include <stdexcept>
 #include <string>
 
-#include "PortListBits.h"
 #include "SimState.h"
 #include "platform/SmdPacketApi.h"
+#include "platform_support/PortListBits.h"
 #include "switchsim/FrameCheck.h"
 
 namespace switchsim {
@@ -26,7 +26,7 @@ struct Destination {
 
     [[nodiscard]] bool valid() const { return !toPortList || list != nullptr; }
     [[nodiscard]] std::vector<uint32_t> ports() const {
-        return toPortList ? portsOf(*list) : std::vector<uint32_t>{port};
+        return toPortList ? platform_support::portsOf(*list) : std::vector<uint32_t>{port};
     }
 };
 

@@ -7,11 +7,11 @@
 #include <stdexcept>
 #include <string>
 
-#include "PortListBits.h"
 #include "SimState.h"
 #include "Text.h"
 #include "platform/SmdPacketApi.h"
 #include "platform/SwitchHelperApi.h"
+#include "platform_support/PortListBits.h"
 
 namespace switchsim {
 namespace {
@@ -131,7 +131,7 @@ int32_t VLAN_Api_PortList_Get(uint32_t vlanId, PortList *members, uint32_t /*fla
         return switchsim::kFailed;
     }
     for (const uint32_t port : found->second) {
-        switchsim::addPort(*members, port);
+        platform_support::addPort(*members, port);
     }
     return 0;
 }
@@ -146,7 +146,7 @@ int32_t lac_ap_2_ag_hi_hi_excpt_cur(const PortList *members, PortList *egress, u
     const uint32_t ingress = uint32_t{ingressPortIndex} + 1;
     if (ofPort.empty()) {
         *egress = from;
-        switchsim::removePort(*egress, ingress);
+        platform_support::removePort(*egress, ingress);
         return 0;
     }
     const auto ingressGroup = ofPort.find(ingress);
@@ -156,12 +156,12 @@ int32_t lac_ap_2_ag_hi_hi_excpt_cur(const PortList *members, PortList *egress, u
     if (ingressGroup != ofPort.end()) {
         groupsDone.insert(ingressGroup->second);
     }
-    for (const uint32_t port : switchsim::portsOf(from)) {
+    for (const uint32_t port : platform_support::portsOf(from)) {
         const auto group = ofPort.find(port);
         if (port == ingress || (group != ofPort.end() && !groupsDone.insert(group->second).second)) {
             continue;
         }
-        switchsim::addPort(*egress, port);
+        platform_support::addPort(*egress, port);
     }
     return 0;
 }

@@ -7,7 +7,7 @@
 
 #include "platform/SmdPacketApi.h"
 
-namespace switchsim {
+namespace platform_support {
 
 inline constexpr uint32_t kPortListPorts = sizeof(PortList::bits) * 8;
 
@@ -39,4 +39,4 @@ inline std::vector<uint32_t> portsOf(const PortList &list) {
     return ports;
 }
 
-}  // namespace switchsim
+}  // namespace platform_support
