@@ -48,4 +48,11 @@ PktRecvInfo recvInfoFor(const FrameLayout &layout, uint16_t frameKind) {
     return info;
 }
 
+bool registrationMatches(const PktMatchDescriptor &descriptor, const FrameLayout &layout) {
+    const uint16_t flags = descriptor.matchFlags;
+    return ((flags & PKT_MATCH_ETHER_TYPE) == 0 || layout.etherType == descriptor.etherType) &&
+           ((flags & PKT_MATCH_IP_PROTOCOL) == 0 || layout.ipProtocol == descriptor.ipProtocol) &&
+           ((flags & PKT_MATCH_UDP_PORT) == 0 || layout.udpDestinationPort == descriptor.udpPort);
+}
+
 }  // namespace platform_support

@@ -43,20 +43,13 @@ ActiveRegistration *findRegistration(SimState &sim, const PktMatchDescriptor &de
     return found != sim.registrations.end() ? &*found : nullptr;
 }
 
-bool matches(const PktMatchDescriptor &descriptor, const FrameLayout &layout) {
-    const uint16_t flags = descriptor.matchFlags;
-    return ((flags & PKT_MATCH_ETHER_TYPE) == 0 || layout.etherType == descriptor.etherType) &&
-           ((flags & PKT_MATCH_IP_PROTOCOL) == 0 || layout.ipProtocol == descriptor.ipProtocol) &&
-           ((flags & PKT_MATCH_UDP_PORT) == 0 || layout.udpDestinationPort == descriptor.udpPort);
-}
-
 }  // namespace
 
 void deliverFrame(SimState &sim, const FrameEvent &event) {
     const auto layout = classifyFrame(event.frame);
     const auto registration =
         std::find_if(sim.registrations.begin(), sim.registrations.end(),
-                     [&](const auto &r) { return layout && matches(r.descriptor, *layout); });
+                     [&](const auto &r) { return layout && registrationMatches(r.descriptor, *layout); });
     if (registration == sim.registrations.end() || (registration->mode & kModeSwitchForwards) != 0) {
         sim.switchedFrames.push_back({event.port, event.vlan, event.frame});
     }

@@ -25,4 +25,8 @@ std::optional<FrameLayout> classifyFrame(std::span<const uint8_t> frame);
 // place that needs those offsets asks here, so the delivered frames and the built ones always agree.
 PktRecvInfo recvInfoFor(const FrameLayout &layout, uint16_t frameKind);
 
+// Whether a packet registration's descriptor selects a frame of this layout: each field that its match
+// flags name must be equal.
+bool registrationMatches(const PktMatchDescriptor &descriptor, const FrameLayout &layout);
+
 }  // namespace platform_support
