@@ -1,0 +1,177 @@
+#include "NftRules.h"
+
+#include <arpa/inet.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <initializer_list>
+
+namespace hostplatform::nft {
+namespace {
+
+constexpr std::string_view kTable = "bridge dhcp6snooping";
+
+// The sets, one per kind of request, and the rules, which never change. Everything hangs off prerouting, the
+// first hook a frame entering a bridge port meets: source guard, like a switch's ingress filter, then covers
+// both forwarded frames and those for the host's own interface on the bridge. The daemon is not in the way
+// of any of it: its packet sockets see frames before the bridge does, and the frames it sends through them
+// leave without passing the bridge's hooks.
+//
+// A frame's VLAN is its 802.1Q tag or, untagged, the ingress port's PVID, so each VLAN-keyed set is looked up
+// by two rules. The bridge gives the PVID in host byte order and the tag in network order; an interval set
+// keeps its keys in network order and nftables turns a host-order value around before looking it up, so
+// the VLAN-keyed sets are interval sets and one set serves both rules. (The MAC-keyed sets are interval sets
+// for the MAC range that a request without a MAC stands for.)
+constexpr std::string_view kSets = R"(	set guarded_ports { typeof meta iifname; }
+	set exempt_vlans { typeof vlan id; flags interval; }
+	set neighbour_discovery { typeof icmpv6 type; }
+	set permit_ip { typeof ip6 saddr; }
+	set permit_mac_ip { typeof ether saddr . ip6 saddr; flags interval; }
+	set permit_port_mac_ip { typeof meta iifname . ether saddr . ip6 saddr; flags interval; }
+	set permit_port_mac_ip_vlan { typeof meta iifname . ether saddr . ip6 saddr . vlan id; flags interval; }
+	set dhcp6_interception { typeof meta protocol; }
+)";
+
+// Only IPv6 of our bridge is looked at. DHCPv6 interception comes first, so that no permit lets DHCPv6
+// through while the daemon forwards it. The protocol is tested as "meta protocol", which is the inner one of
+// a tagged frame, and each rule that needs an IPv6 header names it the same way: left to itself, nftables
+// would test the Ethernet type, which a tagged frame fails. The interception set holds "ip6" while on.
+constexpr std::string_view kPreroutingHead = R"(	chain prerouting {
+		type filter hook prerouting priority filter; policy accept;
+)";
+constexpr std::string_view kPreroutingTail = R"(		meta protocol != ip6 return
+		meta protocol @dhcp6_interception jump dhcp6_shield
+		meta iifname != @guarded_ports return
+		vlan id @exempt_vlans accept
+		ether type ip6 meta ibrpvid @exempt_vlans accept
+		meta l4proto ipv6-icmp icmpv6 type @neighbour_discovery accept
+		ip6 saddr @permit_ip accept
+		ether saddr . ip6 saddr @permit_mac_ip accept
+		meta iifname . ether saddr . ip6 saddr @permit_port_mac_ip accept
+		ether type 8021q meta iifname . ether saddr . ip6 saddr . vlan id @permit_port_mac_ip_vlan accept
+		ether type ip6 meta iifname . ether saddr . ip6 saddr . meta ibrpvid @permit_port_mac_ip_vlan accept
+		drop
+	}
+)";
+
+// DHCPv6 in every wrapping a receiver would still accept. "meta l4proto" is the header that ends the
+// extension-header chain, so the first rule finds UDP behind hop-by-hop, destination-options and routing
+// headers, and in a first fragment that holds the UDP header. What is left is a first fragment that cuts the
+// chain short, either inside the extension headers (nftables then knows no l4proto) or before the UDP
+// ports: it is dropped, since a first fragment must carry the whole chain and one that does not could hide
+// DHCPv6. Later fragments pass: nothing in them can be told apart, and without their first fragment they
+// are never reassembled. The walk also ends at an authentication header; DHCPv6 behind one is left alone,
+// since only a receiver that shares a security association with the sender would ever accept it.
+constexpr std::string_view kDhcp6Shield = R"(	chain dhcp6_shield {
+		meta l4proto udp th dport { 546, 547 } drop
+		meta protocol ip6 exthdr frag missing return
+		meta protocol ip6 frag frag-off != 0 return
+		meta l4proto != udp return
+		th dport != { 546, 547 } return
+		drop
+	}
+}
+)";
+
+constexpr std::string_view kEveryMac = "00:00:00:00:00:00-ff:ff:ff:ff:ff:ff";
+constexpr std::string_view kNeighbourDiscoveryTypes =
+    "nd-router-solicit, nd-router-advert, nd-neighbor-solicit, nd-neighbor-advert, nd-redirect";
+
+std::string quoted(std::string_view name) {
+    return "\"" + std::string(name) + "\"";
+}
+
+std::string addressText(Ip6Address address) {
+    char text[INET6_ADDRSTRLEN];
+    inet_ntop(AF_INET6, address.data(), text, sizeof text);
+    return text;
+}
+
+std::string macText(MacAddress mac) {
+    if (std::ranges::all_of(mac, [](uint8_t byte) { return byte == 0; })) {
+        return std::string(kEveryMac);
+    }
+    char text[18];
+    std::snprintf(text, sizeof text, "%02x:%02x:%02x:%02x:%02x:%02x", mac[0], mac[1], mac[2], mac[3], mac[4],
+                  mac[5]);
+    return text;
+}
+
+// The parts one after the other.
+std::string concat(std::initializer_list<std::string_view> parts) {
+    std::string text;
+    for (const auto part : parts) {
+        text += part;
+    }
+    return text;
+}
+
+// The fields of a concatenated key, in order.
+std::string key(std::initializer_list<std::string> fields) {
+    std::string text;
+    for (const auto &field : fields) {
+        text += text.empty() ? field : " . " + field;
+    }
+    return text;
+}
+
+std::string element(Change change, std::string_view set, std::string_view text) {
+    return concat(
+        {change == Change::Add ? "add" : "delete", " element ", kTable, " ", set, " { ", text, " }\n"});
+}
+
+}  // namespace
+
+bool fitsCommand(std::string_view interfaceName) {
+    return !interfaceName.empty() && interfaceName.find_first_of("\"\\") == std::string_view::npos;
+}
+
+std::string openTable(std::string_view bridge) {
+    // Adding first makes the deletion succeed whether or not an earlier run left the table behind.
+    return concat({"add table ", kTable, "\ndelete table ", kTable, "\ntable ", kTable, " {\n", kSets,
+                   kPreroutingHead, "\t\tmeta ibrname != ", quoted(bridge), " return\n", kPreroutingTail,
+                   kDhcp6Shield});
+}
+
+std::string closeTable() {
+    return concat({"delete table ", kTable, "\n"});
+}
+
+std::string denyAllIp6(Change change, std::string_view port) {
+    return element(change, "guarded_ports", quoted(port));
+}
+
+std::string permitAddress(Change change, Ip6Address address) {
+    return element(change, "permit_ip", addressText(address));
+}
+
+std::string permitMacAddress(Change change, MacAddress mac, Ip6Address address) {
+    return element(change, "permit_mac_ip", key({macText(mac), addressText(address)}));
+}
+
+std::string permitPortMacAddress(Change change, std::string_view port, MacAddress mac, Ip6Address address) {
+    return element(change, "permit_port_mac_ip", key({quoted(port), macText(mac), addressText(address)}));
+}
+
+std::string permitPortMacAddressVlan(Change change, std::string_view port, MacAddress mac, Ip6Address address,
+                                     uint32_t vlan) {
+    return element(change, "permit_port_mac_ip_vlan",
+                   key({quoted(port), macText(mac), addressText(address), std::to_string(vlan)}));
+}
+
+std::string exemptVlan(Change change, uint16_t vlan) {
+    return element(change, "exempt_vlans", std::to_string(vlan));
+}
+
+std::string neighbourDiscovery(Change change) {
+    return element(change, "neighbour_discovery", kNeighbourDiscoveryTypes);
+}
+
+std::string dhcp6Interception(Change change) {
+    if (change == Change::Delete) {
+        return concat({"flush set ", kTable, " dhcp6_interception\n"});
+    }
+    return element(change, "dhcp6_interception", "ip6");
+}
+
+}  // namespace hostplatform::nft

@@ -1,0 +1,50 @@
+#pragma once
+// The nftables command text of the host platform's filter service: the daemon's table in the bridge family,
+// and for each filter request the one command that puts its element into a set of that table or takes it
+// out. The rules never change after the table is made; only the sets do. Text only: NftFilterService runs it.
+
+#include <cstdint>
+#include <span>
+#include <string>
+#include <string_view>
+
+namespace hostplatform::nft {
+
+using Ip6Address = std::span<const uint8_t, 16>;
+using MacAddress = std::span<const uint8_t, 6>;
+
+// Whether a request puts its element in place ("add", which is idempotent) or takes it away ("delete",
+// which nftables refuses for an element that is not there).
+enum class Change { Add, Delete };
+
+// True for an interface name that can stand quoted in a command: not empty, and no quote or backslash that
+// would end the quoted text early. Every name handed to the functions below must pass.
+bool fitsCommand(std::string_view interfaceName);
+
+// Removes a table left behind by an earlier run and makes it anew for the frames of `bridge`, in one
+// transaction.
+std::string openTable(std::string_view bridge);
+std::string closeTable();
+
+// All IPv6 entering on the port is dropped, except what the permits, exempt VLANs and neighbour discovery
+// let through.
+std::string denyAllIp6(Change change, std::string_view port);
+
+// The forward filters. A zero MAC stands for no MAC: the element covers every source MAC.
+std::string permitAddress(Change change, Ip6Address address);
+std::string permitMacAddress(Change change, MacAddress mac, Ip6Address address);
+std::string permitPortMacAddress(Change change, std::string_view port, MacAddress mac, Ip6Address address);
+std::string permitPortMacAddressVlan(Change change, std::string_view port, MacAddress mac, Ip6Address address,
+                                     uint32_t vlan);
+
+// IPv6 of the VLAN passes whatever the deny-all filters say.
+std::string exemptVlan(Change change, uint16_t vlan);
+
+// Router and neighbour solicitations and advertisements and redirects pass the deny-all filters.
+std::string neighbourDiscovery(Change change);
+
+// While on, the bridge forwards no DHCPv6 between its ports, however it is wrapped (see openTable).
+// Switching off is idempotent.
+std::string dhcp6Interception(Change change);
+
+}  // namespace hostplatform::nft

@@ -1,0 +1,24 @@
+// The bridge of the host platform's tests: "br-test" with ports 1 to 3, named "port1" to "port3".
+
+#include <array>
+
+#include "HostPorts.h"
+
+namespace hostplatform {
+
+namespace {
+constexpr std::array<std::string_view, 3> kPorts = {"port1", "port2", "port3"};
+}
+
+std::string_view bridgeName() {
+    return "br-test";
+}
+
+std::optional<std::string_view> portInterfaceName(uint32_t portIndex) {
+    if (portIndex < 1 || portIndex > kPorts.size()) {
+        return std::nullopt;
+    }
+    return kPorts[portIndex - 1];
+}
+
+}  // namespace hostplatform

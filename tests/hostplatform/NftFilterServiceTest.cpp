@@ -1,0 +1,161 @@
+// The filter service against the kernel, in a network namespace of its own: the table opens, one filter of
+// each kind lands in its set and comes out again, the refusals the daemon relies on come back non-zero, and
+// closing takes the table away. Root only; skipped where there is no namespace or the kernel lacks the
+// bridge's expressions.
+
+#include <gtest/gtest.h>
+#include <nftables/libnftables.h>
+#include <sched.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <cstring>
+#include <initializer_list>
+#include <memory>
+#include <string>
+
+#include "NftFilterService.h"
+#include "platform/FrmApi.h"
+
+namespace {
+
+constexpr int kSkipped = 77;
+
+constexpr std::array<uint8_t, 6> kMac = {0x02, 0, 0, 0, 0, 0x04};
+constexpr std::array<uint8_t, 6> kNoMac = {};
+constexpr std::array<uint8_t, 16> kAddress = {0x20, 0x01, 0x0d, 0xb8, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0x04};
+
+struct Request {
+    const char *what;
+    int32_t result;
+    bool accepted;
+};
+
+struct Element {
+    const char *set;
+    const char *text;
+};
+
+const Element kElements[] = {
+    {"guarded_ports", "{ \"port1\" }"},
+    {"permit_ip", "{ 2001:db8::4 }"},
+    {"permit_mac_ip", "{ 02:00:00:00:00:04 . 2001:db8::4 }"},
+    {"permit_port_mac_ip", "{ \"port2\" . 00:00:00:00:00:00-ff:ff:ff:ff:ff:ff . 2001:db8::4 }"},
+    {"permit_port_mac_ip_vlan", "{ \"port3\" . 02:00:00:00:00:04 . 2001:db8::4 . 10 }"},
+    {"exempt_vlans", "{ 20 }"},
+    {"neighbour_discovery", "nd-redirect"},
+    {"dhcp6_interception", "{ ip6 }"},
+};
+
+struct ContextDeleter {
+    void operator()(nft_ctx *context) const { nft_ctx_free(context); }
+};
+
+// nftables' listing of `what`, or nothing when nftables refuses to list it.
+std::string listing(const std::string &what) {
+    const std::unique_ptr<nft_ctx, ContextDeleter> context(nft_ctx_new(NFT_CTX_DEFAULT));
+    nft_ctx_buffer_output(context.get());
+    nft_ctx_buffer_error(context.get());
+    if (nft_run_cmd_from_buffer(context.get(), ("list " + what).c_str()) != 0) {
+        return {};
+    }
+    return nft_ctx_get_output_buffer(context.get());
+}
+
+// Adds to `report` each request whose answer is not the expected one.
+void expectAnswers(std::initializer_list<Request> requests, std::string &report) {
+    for (const auto &request : requests) {
+        if ((request.result == 0) != request.accepted) {
+            report += std::string(request.what) + " answered " + std::to_string(request.result) + "\n";
+        }
+    }
+}
+
+// Everything the test does, in the forked child that owns the namespace; what went wrong goes to `report`.
+int inFreshNamespace(std::string &report) {
+    if (unshare(CLONE_NEWNET) != 0) {
+        report = std::string("no network namespace: ") + std::strerror(errno);
+        return kSkipped;
+    }
+    if (!hostplatform::nftOpen(report)) {
+        return report.find("Operation not supported") != std::string::npos ? kSkipped : 1;
+    }
+    expectAnswers(
+        {
+            {"deny-all", FRM_OperatePortDenyAllIp6FilterResource(FILTER_OP_ENABLE, 1), true},
+            {"kind 1", FRM_InstallGlobalForwardIp6AddrOnlyFilterResource(kAddress.data()), true},
+            {"kind 2", FRM_InstallGlobalForwardIp6AddrFilterResource(kMac.data(), kAddress.data()), true},
+            {"kind 3", FRM_InstallForwardIp6AddrFilterResource(2, kNoMac.data(), kAddress.data()), true},
+            {"kind 4", FRM_InstallForwardIp6AddrFilterResource_new(3, kMac.data(), kAddress.data(), 10),
+             true},
+            {"kind 4 again", FRM_InstallForwardIp6AddrFilterResource_new(3, kMac.data(), kAddress.data(), 10),
+             true},
+            {"exempt VLAN", FRM_InstallGlobalForwardIp6VidOnlyFilterResource(20), true},
+            {"neighbour discovery", FRM_InstallGlobalForwardIcmp6NdFilterResource(), true},
+            {"DHCPv6 filter", FRM_OperateDhcp6FilterResource(FILTER_OP_ENABLE), true},
+            {"interception", hostplatform::nftSetDhcp6Interception(true), true},
+            {"port without a name", FRM_OperatePortDenyAllIp6FilterResource(FILTER_OP_ENABLE, 4), false},
+        },
+        report);
+    for (const auto &element : kElements) {
+        const auto set = listing(std::string("set bridge dhcp6snooping ") + element.set);
+        if (set.find(element.text) == std::string::npos) {
+            report += std::string(element.set) + " lacks " + element.text + ":\n" + set;
+        }
+    }
+    expectAnswers(
+        {
+            {"kind 3 removed", FRM_RemoveForwardIp6AddrFilterResource(2, kNoMac.data(), kAddress.data()),
+             true},
+            {"kind 4 removed",
+             FRM_RemoveForwardIp6AddrFilterResource_new(3, kMac.data(), kAddress.data(), 10), true},
+            {"exempt VLAN removed", FRM_RemoveGlobalForwardIp6VidOnlyFilterResource(20), true},
+            {"kind 4 removed again",
+             FRM_RemoveForwardIp6AddrFilterResource_new(3, kMac.data(), kAddress.data(), 10), false},
+            {"interception off", hostplatform::nftSetDhcp6Interception(false), true},
+            {"interception off again", hostplatform::nftSetDhcp6Interception(false), true},
+        },
+        report);
+    hostplatform::nftClose();
+    if (!listing("table bridge dhcp6snooping").empty()) {
+        report += "the table outlived nftClose\n";
+    }
+    return 0;
+}
+
+TEST(NftFilterServiceTest, InAFreshNamespaceEveryKindLandsInItsSetAndClosingRemovesTheTable) {
+    if (geteuid() != 0) {
+        GTEST_SKIP() << "a network namespace needs root";
+    }
+    std::array<int, 2> channel{};
+    ASSERT_EQ(pipe(channel.data()), 0);
+    const pid_t child = fork();
+    ASSERT_GE(child, 0);
+    if (child == 0) {
+        close(channel[0]);
+        std::string report;
+        const int code = inFreshNamespace(report);
+        const bool written =
+            write(channel[1], report.data(), report.size()) == static_cast<ssize_t>(report.size());
+        _exit(written ? code : 1);
+    }
+    close(channel[1]);
+    std::string report;
+    std::array<char, 4096> chunk{};
+    for (ssize_t got = 0; (got = read(channel[0], chunk.data(), chunk.size())) > 0;) {
+        report.append(chunk.data(), static_cast<size_t>(got));
+    }
+    close(channel[0]);
+    int status = 0;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    ASSERT_TRUE(WIFEXITED(status));
+    if (WEXITSTATUS(status) == kSkipped) {
+        GTEST_SKIP() << report;
+    }
+    EXPECT_EQ(WEXITSTATUS(status), 0);
+    EXPECT_EQ(report, "");
+}
+
+}  // namespace
