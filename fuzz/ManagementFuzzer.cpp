@@ -16,11 +16,11 @@
 #include "FuzzSupport.h"
 #include "mgmt/PortVlanSettings.h"
 #include "mgmt/RemoteCallTable.h"
+#include "mgmt_protocol/ManagementHeader.h"
 #include "platform/PlatformVariables.h"
 #include "relay_option/InfoOptionConfig.h"
 #include "snooping/BulkRemoval.h"
 #include "source_guard/StaticBindings.h"
-#include "switchsim/RemoteCallMessage.h"
 
 namespace {
 
@@ -63,7 +63,7 @@ switchsim::Bytes wellFormedCall(Input &input, uint32_t &callNumber) {
             std::copy(bytes, bytes + length, argument.begin());
         }
     }
-    return switchsim::encodeRemoteCall(callNumber, arguments);
+    return mgmt::encodeRemoteCall(callNumber, arguments);
 }
 
 switchsim::Bytes remoteCall(Input &input, uint32_t &callNumber) {
@@ -73,7 +73,7 @@ switchsim::Bytes remoteCall(Input &input, uint32_t &callNumber) {
         const auto [bytes, length] = input.take(input.byte());
         argument.assign(bytes, bytes + length);
     }
-    return switchsim::encodeRemoteCall(callNumber, arguments);
+    return mgmt::encodeRemoteCall(callNumber, arguments);
 }
 
 void serveOne(Input &input) {
@@ -101,7 +101,7 @@ void serveOne(Input &input) {
     // The type of a message too short to hold it whole is read from what it has.
     const auto type = valueAt<uint16_t>(message);
     const size_t replies = sw.replies().size() - repliesBefore;
-    require(replies == (!message.empty() && type == switchsim::kRemoteCallMessageType ? 1 : 0));
+    require(replies == (!message.empty() && type == mgmt::kRemoteCallMessage ? 1 : 0));
     if (replies == 1) {
         const switchsim::Reply &reply = sw.replies().back();
         require(reply.length <= SMD_MSG_RECV_BUFFER_SIZE);

@@ -13,6 +13,7 @@
 #include <variant>
 #include <vector>
 
+#include "mgmt_protocol/WrapperTable.h"
 #include "platform/RmWrapApi.h"
 #include "platform/SmdPacketApi.h"
 #include "platform/VosApi.h"
@@ -169,8 +170,7 @@ struct SimState {
     uint64_t addressFilterCallCount = 0;
 
     // Remote-call wrapper service.
-    std::vector<std::pair<uint32_t, uint32_t>> remoteCallRanges;
-    std::map<uint32_t, RmWrapper> wrappers;
+    mgmt::WrapperTable wrappers;
     uint32_t remoteCallsServed = 0;
     std::vector<RemoteCallDebugLine> remoteCallDebugLines;
 

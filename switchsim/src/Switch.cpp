@@ -7,8 +7,8 @@
 #include <stdexcept>
 
 #include "SimState.h"
+#include "mgmt_protocol/ManagementHeader.h"
 #include "platform/PlatformVariables.h"
-#include "switchsim/RemoteCallMessage.h"
 
 namespace switchsim {
 
@@ -112,7 +112,7 @@ void Switch::queueMessage(Bytes message) {
 }
 
 void Switch::queueRemoteCall(uint32_t callNumber, const std::vector<Bytes> &arguments) {
-    queueMessage(encodeRemoteCall(callNumber, arguments));
+    queueMessage(mgmt::encodeRemoteCall(callNumber, arguments));
 }
 
 void Switch::queueReceiveFailure(int32_t result) {

@@ -9,11 +9,11 @@
 
 #include "core/DebugTrace.h"
 #include "mgmt/RemoteCallTable.h"
+#include "mgmt_protocol/ManagementHeader.h"
 #include "platform/FilterLayer.h"
 #include "platform/PacketRegistration.h"
 #include "platform/RmWrapApi.h"
 #include "support/DaemonTest.h"
-#include "switchsim/RemoteCallMessage.h"
 
 namespace {
 
@@ -88,9 +88,9 @@ class MainLoopTest : public DaemonTest {
 
     // A message of just a header whose data length is `dataLength`.
     static switchsim::Bytes headerOnly(uint16_t type, uint16_t dataLength) {
-        switchsim::Bytes message(switchsim::kRemoteCallHeaderSize, 0);
+        switchsim::Bytes message(mgmt::kHeaderSize, 0);
         std::memcpy(message.data(), &type, sizeof type);
-        std::memcpy(&message[switchsim::kRemoteCallDataLengthOffset], &dataLength, sizeof dataLength);
+        std::memcpy(&message[mgmt::kDataLengthOffset], &dataLength, sizeof dataLength);
         return message;
     }
 };
@@ -106,8 +106,8 @@ TEST_F(MainLoopTest, ServiceResultOtherThanMinus1017IsRepliedWithTheProcessedMes
             continue;
         }
         ASSERT_EQ(sw.replies().size(), before + 1) << result;
-        EXPECT_EQ(sw.replies().back().length, switchsim::kRemoteCallHeaderSize + 4 + 4 + 4 + 3);
-        const auto decoded = switchsim::decodeRemoteCall(sw.replies().back().message);
+        EXPECT_EQ(sw.replies().back().length, mgmt::kHeaderSize + 4 + 4 + 4 + 3);
+        const auto decoded = mgmt::decodeRemoteCall(sw.replies().back().message);
         ASSERT_TRUE(decoded.has_value());
         EXPECT_EQ(sw.replies().back().result, result);
         EXPECT_EQ(decoded->result, result);
@@ -133,7 +133,7 @@ TEST_F(MainLoopTest, FailureOrOtherTypeIsPrintedUnansweredAndAReplyIsTheHeaderAn
     EXPECT_EQ(sw.remoteCallsServed(), 3U);
     ASSERT_EQ(sw.replies().size(), 3U);
     EXPECT_EQ(sw.replies()[1].result, -1);
-    EXPECT_EQ(sw.replies()[1].length, switchsim::kRemoteCallHeaderSize);
+    EXPECT_EQ(sw.replies()[1].length, mgmt::kHeaderSize);
     EXPECT_EQ(sw.replies()[2].length, 7712U);
 }
 

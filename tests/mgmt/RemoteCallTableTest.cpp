@@ -4,8 +4,8 @@
 #include <gmock/gmock.h>
 
 #include "mgmt/RemoteCallTable.h"
+#include "mgmt_protocol/ManagementHeader.h"
 #include "support/SnoopingTest.h"
-#include "switchsim/RemoteCallMessage.h"
 
 namespace {
 
@@ -27,10 +27,10 @@ std::vector<std::string> debugLines(const switchsim::Switch &sw) {
 class RemoteCallTableTest : public SnoopingTest {
   protected:
     // Makes the call and returns the decoded reply.
-    switchsim::DecodedRemoteCall call(uint32_t number, const std::vector<Bytes> &arguments) {
+    mgmt::DecodedRemoteCall call(uint32_t number, const std::vector<Bytes> &arguments) {
         sw.queueRemoteCall(number, arguments);
         serve();
-        return switchsim::decodeRemoteCall(sw.replies().back().message).value();
+        return mgmt::decodeRemoteCall(sw.replies().back().message).value();
     }
 };
 

@@ -1,0 +1,73 @@
+#pragma once
+// The management messages between the command line and a switch process, in the processor's own byte
+// order. Every message starts with the same 24-byte header:
+//
+//   0  u16 message type              8  u32 argument count        16  i32 result, written by the server
+//   2  u16 zero                     12  u16 zero                  20  u32 zero
+//   4  u32 call number              14  u16 data length           24  data
+//
+// A remote call (type 2) carries per argument a u32 length and then that many bytes; the reply is the same
+// message with the outputs written over the arguments and the result filled in. A call that cannot be
+// served goes back with no data. The platform answers two requests itself, without the daemon: the running
+// configuration (type 3) and the names of the ports (type 4). Their replies may be longer than a 16-bit
+// length says, so their data is everything behind the header: the text, or the names one per line.
+
+#include <cstdint>
+#include <cstring>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace mgmt {
+
+using Bytes = std::vector<uint8_t>;
+
+inline constexpr uint16_t kRemoteCallMessage = 2;
+inline constexpr uint16_t kRunningConfigMessage = 3;
+inline constexpr uint16_t kPortNamesMessage = 4;
+
+inline constexpr size_t kHeaderSize = 24;
+inline constexpr size_t kTypeOffset = 0;
+inline constexpr size_t kCallNumberOffset = 4;
+inline constexpr size_t kArgCountOffset = 8;
+inline constexpr size_t kDataLengthOffset = 14;
+inline constexpr size_t kResultOffset = 16;
+
+template <typename T>
+void storeAt(std::span<uint8_t> bytes, size_t offset, T value) {
+    std::memcpy(bytes.data() + offset, &value, sizeof value);
+}
+
+template <typename T>
+T loadAt(std::span<const uint8_t> bytes, size_t offset) {
+    T value;
+    std::memcpy(&value, bytes.data() + offset, sizeof value);
+    return value;
+}
+
+// The type of a message, or 0 when it is shorter than its header.
+uint16_t messageType(std::span<const uint8_t> message);
+
+Bytes encodeRemoteCall(uint32_t callNumber, const std::vector<Bytes> &arguments);
+
+struct DecodedRemoteCall {
+    uint32_t callNumber = 0;
+    int32_t result = 0;
+    std::vector<Bytes> arguments;
+};
+
+// Reads a remote-call message or reply; nothing when its fields do not fit its length.
+std::optional<DecodedRemoteCall> decodeRemoteCall(std::span<const uint8_t> message);
+
+// A request of the platform's own (running configuration or port names): the header alone.
+Bytes encodePlatformRequest(uint16_t type);
+
+Bytes encodeRunningConfigReply(int32_t result, std::string_view text);
+Bytes encodePortNamesReply(const std::vector<std::string> &names);
+
+// The text behind the header of a platform reply.
+std::string_view replyText(std::span<const uint8_t> reply);
+
+}  // namespace mgmt
