@@ -5,11 +5,13 @@ set -euo pipefail
 # libpcap-dev lets switchsim write the frames it saw to pcap files; tshark decodes them in the tests, a
 # decoder nobody here wrote. smitools (libsmi's smilint and smidump) checks the MIB module
 # (scripts/check-mib.sh); it needs the standard modules SNMPv2-SMI, -TC and -CONF as text, which
-# Debian's libsmi packages leave out and erlang-snmp ships. The host platform's filters are nftables rules made
-# through libnftables; nft lists them, and python3-scapy crafts the wrapped and fragmented DHCPv6 frames with
-# which they are checked by hand in network namespaces.
+# Debian's libsmi packages leave out and erlang-snmp ships. The host platform reads its bridge through
+# libmnl and makes its filters as nftables rules through libnftables (nft lists them). The end-to-end test
+# on a Linux bridge runs real peers nobody here wrote: Kea's DHCPv6 server, ISC dhclient and dhcpcd as
+# clients, a rogue server built with python3-scapy, captures by tcpdump read by tshark.
 packages=(cmake ninja-build g++ libgtest-dev libgmock-dev libbenchmark-dev clang-format clang-tidy clang
-  libclang-rt-14-dev pkg-config libpcap-dev tshark smitools erlang-snmp libnftables-dev nftables python3-scapy)
+  libclang-rt-14-dev pkg-config libpcap-dev tshark smitools erlang-snmp libmnl-dev libnftables-dev nftables
+  nlohmann-json3-dev iproute2 kea-dhcp6-server isc-dhcp-client dhcpcd-base tcpdump python3-scapy)
 missing=()
 for package in "${packages[@]}"; do
   if ! dpkg-query -W -f='${Status}' "$package" 2>/dev/null | grep -q "install ok installed"; then

@@ -7,6 +7,7 @@
 
 #include <memory>
 #include <optional>
+#include <vector>
 
 #include "HostPorts.h"
 #include "NftRules.h"
@@ -101,9 +102,20 @@ int32_t permitPortMacAddress(Change change, uint32_t port, const uint8_t *mac, c
 
 int32_t permitPortMacAddressVlan(Change change, uint32_t port, const uint8_t *mac, const uint8_t *address,
                                  uint32_t vlan) {
-    return onPort(port, mac, address, [change, vlan](auto name, auto macBytes, auto addressBytes) {
-        return nft::permitPortMacAddressVlan(change, name, macBytes, addressBytes, vlan);
+    const bool untagged = portUntaggedVlan(port) == vlan;
+    return onPort(port, mac, address, [change, vlan, untagged](auto name, auto macBytes, auto addressBytes) {
+        return nft::permitPortMacAddressVlan(change, name, macBytes, addressBytes, vlan, untagged);
     });
+}
+
+int32_t exemptVlan(Change change, uint16_t vlan) {
+    std::vector<std::string_view> untaggedPorts;
+    for (uint32_t port = 1; port <= portCount(); ++port) {
+        if (const auto name = portName(port); name && portUntaggedVlan(port) == vlan) {
+            untaggedPorts.push_back(*name);
+        }
+    }
+    return answer(nft::exemptVlan(change, vlan, untaggedPorts));
 }
 
 int32_t denyAllIp6(uint32_t operation, uint32_t port) {
@@ -131,7 +143,9 @@ bool nftOpen(std::string &error) {
         }
         nft_ctx_buffer_error(context().get());
     }
-    return run(nft::openTable(bridge), &error);
+    // A kernel without the bridge meta expressions refuses the table that is limited to our bridge; the table
+    // then serves every bridge of the network namespace, which is the daemon's alone where it runs in one.
+    return run(nft::openTable(bridge)) || run(nft::openTable(std::nullopt), &error);
 }
 
 void nftClose() {
@@ -195,9 +209,9 @@ int32_t FRM_OperatePortDenyAllIp6FilterResource(uint32_t operation, uint32_t por
     return hostplatform::denyAllIp6(operation, port);
 }
 int32_t FRM_InstallGlobalForwardIp6VidOnlyFilterResource(uint16_t vlan) {
-    return hostplatform::answer(hostplatform::nft::exemptVlan(Change::Add, vlan));
+    return hostplatform::exemptVlan(Change::Add, vlan);
 }
 int32_t FRM_RemoveGlobalForwardIp6VidOnlyFilterResource(uint16_t vlan) {
-    return hostplatform::answer(hostplatform::nft::exemptVlan(Change::Delete, vlan));
+    return hostplatform::exemptVlan(Change::Delete, vlan);
 }
 }

@@ -17,11 +17,11 @@ constexpr std::string_view kTable = "bridge dhcp6snooping";
 // of any of it: its packet sockets see frames before the bridge does, and the frames it sends through them
 // leave without passing the bridge's hooks.
 //
-// A frame's VLAN is its 802.1Q tag or, untagged, the ingress port's PVID, so each VLAN-keyed set is looked up
-// by two rules. The bridge gives the PVID in host byte order and the tag in network order; an interval set
-// keeps its keys in network order and nftables turns a host-order value around before looking it up, so
-// the VLAN-keyed sets are interval sets and one set serves both rules. (The MAC-keyed sets are interval sets
-// for the MAC range that a request without a MAC stands for.)
+// A frame's VLAN is its 802.1Q tag or, untagged, the ingress port's PVID. Tagged frames are looked up by
+// their tag; for untagged ones the platform, which knows each port's PVID, puts the port itself into a set
+// of its own (exempt_untagged_ports, permit_port_mac_ip_untagged), so that no rule needs the bridge's meta
+// expressions, which not every kernel has. (The MAC-keyed sets are interval sets for the MAC range that a
+// request without a MAC stands for.)
 constexpr std::string_view kSets = R"(	set guarded_ports { typeof meta iifname; }
 	set exempt_vlans { typeof vlan id; flags interval; }
 	set neighbour_discovery { typeof icmpv6 type; }
@@ -29,13 +29,16 @@ constexpr std::string_view kSets = R"(	set guarded_ports { typeof meta iifname; 
 	set permit_mac_ip { typeof ether saddr . ip6 saddr; flags interval; }
 	set permit_port_mac_ip { typeof meta iifname . ether saddr . ip6 saddr; flags interval; }
 	set permit_port_mac_ip_vlan { typeof meta iifname . ether saddr . ip6 saddr . vlan id; flags interval; }
+	set exempt_untagged_ports { typeof meta iifname; }
+	set permit_port_mac_ip_untagged { typeof meta iifname . ether saddr . ip6 saddr; flags interval; }
 	set dhcp6_interception { typeof meta protocol; }
 )";
 
-// Only IPv6 of our bridge is looked at. DHCPv6 interception comes first, so that no permit lets DHCPv6
-// through while the daemon forwards it. The protocol is tested as "meta protocol", which is the inner one of
-// a tagged frame, and each rule that needs an IPv6 header names it the same way: left to itself, nftables
-// would test the Ethernet type, which a tagged frame fails. The interception set holds "ip6" while on.
+// Only IPv6 is looked at, and only that of our bridge where the kernel can tell (see openTable). DHCPv6
+// interception comes first, so that no permit lets DHCPv6 through while the daemon forwards it. The protocol
+// is tested as "meta protocol", which is the inner one of a tagged frame, and each rule that needs an IPv6
+// header names it the same way: left to itself, nftables would test the Ethernet type, which a tagged frame
+// fails. The interception set holds "ip6" while on.
 constexpr std::string_view kPreroutingHead = R"(	chain prerouting {
 		type filter hook prerouting priority filter; policy accept;
 )";
@@ -43,13 +46,13 @@ constexpr std::string_view kPreroutingTail = R"(		meta protocol != ip6 return
 		meta protocol @dhcp6_interception jump dhcp6_shield
 		meta iifname != @guarded_ports return
 		vlan id @exempt_vlans accept
-		ether type ip6 meta ibrpvid @exempt_vlans accept
+		ether type ip6 meta iifname @exempt_untagged_ports accept
 		meta l4proto ipv6-icmp icmpv6 type @neighbour_discovery accept
 		ip6 saddr @permit_ip accept
 		ether saddr . ip6 saddr @permit_mac_ip accept
 		meta iifname . ether saddr . ip6 saddr @permit_port_mac_ip accept
 		ether type 8021q meta iifname . ether saddr . ip6 saddr . vlan id @permit_port_mac_ip_vlan accept
-		ether type ip6 meta iifname . ether saddr . ip6 saddr . meta ibrpvid @permit_port_mac_ip_vlan accept
+		ether type ip6 meta iifname . ether saddr . ip6 saddr @permit_port_mac_ip_untagged accept
 		drop
 	}
 )";
@@ -78,7 +81,10 @@ constexpr std::string_view kNeighbourDiscoveryTypes =
     "nd-router-solicit, nd-router-advert, nd-neighbor-solicit, nd-neighbor-advert, nd-redirect";
 
 std::string quoted(std::string_view name) {
-    return "\"" + std::string(name) + "\"";
+    std::string text(1, '"');
+    text += name;
+    text += '"';
+    return text;
 }
 
 std::string addressText(Ip6Address address) {
@@ -110,7 +116,10 @@ std::string concat(std::initializer_list<std::string_view> parts) {
 std::string key(std::initializer_list<std::string> fields) {
     std::string text;
     for (const auto &field : fields) {
-        text += text.empty() ? field : " . " + field;
+        if (!text.empty()) {
+            text += " . ";
+        }
+        text += field;
     }
     return text;
 }
@@ -126,11 +135,12 @@ bool fitsCommand(std::string_view interfaceName) {
     return !interfaceName.empty() && interfaceName.find_first_of("\"\\") == std::string_view::npos;
 }
 
-std::string openTable(std::string_view bridge) {
+std::string openTable(std::optional<std::string_view> bridge) {
     // Adding first makes the deletion succeed whether or not an earlier run left the table behind.
+    const std::string onlyOurBridge =
+        bridge ? concat({"\t\tmeta ibrname != ", quoted(*bridge), " return\n"}) : "";
     return concat({"add table ", kTable, "\ndelete table ", kTable, "\ntable ", kTable, " {\n", kSets,
-                   kPreroutingHead, "\t\tmeta ibrname != ", quoted(bridge), " return\n", kPreroutingTail,
-                   kDhcp6Shield});
+                   kPreroutingHead, onlyOurBridge, kPreroutingTail, kDhcp6Shield});
 }
 
 std::string closeTable() {
@@ -154,13 +164,22 @@ std::string permitPortMacAddress(Change change, std::string_view port, MacAddres
 }
 
 std::string permitPortMacAddressVlan(Change change, std::string_view port, MacAddress mac, Ip6Address address,
-                                     uint32_t vlan) {
-    return element(change, "permit_port_mac_ip_vlan",
-                   key({quoted(port), macText(mac), addressText(address), std::to_string(vlan)}));
+                                     uint32_t vlan, bool portsUntaggedVlan) {
+    std::string text = element(change, "permit_port_mac_ip_vlan",
+                               key({quoted(port), macText(mac), addressText(address), std::to_string(vlan)}));
+    if (portsUntaggedVlan) {
+        text += element(change, "permit_port_mac_ip_untagged",
+                        key({quoted(port), macText(mac), addressText(address)}));
+    }
+    return text;
 }
 
-std::string exemptVlan(Change change, uint16_t vlan) {
-    return element(change, "exempt_vlans", std::to_string(vlan));
+std::string exemptVlan(Change change, uint16_t vlan, std::span<const std::string_view> untaggedPorts) {
+    std::string text = element(change, "exempt_vlans", std::to_string(vlan));
+    for (const std::string_view port : untaggedPorts) {
+        text += element(change, "exempt_untagged_ports", quoted(port));
+    }
+    return text;
 }
 
 std::string neighbourDiscovery(Change change) {

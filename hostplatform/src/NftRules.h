@@ -4,6 +4,7 @@
 // out. The rules never change after the table is made; only the sets do. Text only: NftFilterService runs it.
 
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -21,9 +22,10 @@ enum class Change { Add, Delete };
 // would end the quoted text early. Every name handed to the functions below must pass.
 bool fitsCommand(std::string_view interfaceName);
 
-// Removes a table left behind by an earlier run and makes it anew for the frames of `bridge`, in one
-// transaction.
-std::string openTable(std::string_view bridge);
+// Removes a table left behind by an earlier run and makes it anew, in one transaction: for the frames of
+// `bridge` alone, or, where the kernel cannot tell bridges apart (it lacks the bridge meta expressions), for
+// those of every bridge in the network namespace.
+std::string openTable(std::optional<std::string_view> bridge);
 std::string closeTable();
 
 // All IPv6 entering on the port is dropped, except what the permits, exempt VLANs and neighbour discovery
@@ -34,11 +36,13 @@ std::string denyAllIp6(Change change, std::string_view port);
 std::string permitAddress(Change change, Ip6Address address);
 std::string permitMacAddress(Change change, MacAddress mac, Ip6Address address);
 std::string permitPortMacAddress(Change change, std::string_view port, MacAddress mac, Ip6Address address);
+// `portsUntaggedVlan`: the VLAN is the port's PVID, so the port's untagged frames are covered too.
 std::string permitPortMacAddressVlan(Change change, std::string_view port, MacAddress mac, Ip6Address address,
-                                     uint32_t vlan);
+                                     uint32_t vlan, bool portsUntaggedVlan);
 
-// IPv6 of the VLAN passes whatever the deny-all filters say.
-std::string exemptVlan(Change change, uint16_t vlan);
+// IPv6 of the VLAN passes whatever the deny-all filters say: tagged with it, or untagged on the ports whose
+// PVID it is.
+std::string exemptVlan(Change change, uint16_t vlan, std::span<const std::string_view> untaggedPorts);
 
 // Router and neighbour solicitations and advertisements and redirects pass the deny-all filters.
 std::string neighbourDiscovery(Change change);

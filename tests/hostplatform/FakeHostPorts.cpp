@@ -1,4 +1,5 @@
-// The bridge of the host platform's tests: "br-test" with ports 1 to 3, named "port1" to "port3".
+// The bridge of the host platform's tests: "br-test" with ports 1 to 3, named "port1" to "port3", each
+// with PVID 1.
 
 #include <array>
 
@@ -12,6 +13,14 @@ constexpr std::array<std::string_view, 3> kPorts = {"port1", "port2", "port3"};
 
 std::string_view bridgeName() {
     return "br-test";
+}
+
+uint32_t portCount() {
+    return kPorts.size();
+}
+
+std::optional<uint16_t> portUntaggedVlan(uint32_t portIndex) {
+    return portInterfaceName(portIndex) ? std::optional<uint16_t>(1) : std::nullopt;
 }
 
 std::optional<std::string_view> portInterfaceName(uint32_t portIndex) {

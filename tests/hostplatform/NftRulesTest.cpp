@@ -14,6 +14,7 @@ namespace {
 
 using namespace hostplatform::nft;
 using ::testing::HasSubstr;
+using ::testing::Not;
 
 std::array<uint8_t, 16> ip(const char *text) {
     std::array<uint8_t, 16> address{};
@@ -23,6 +24,7 @@ std::array<uint8_t, 16> ip(const char *text) {
 
 constexpr std::array<uint8_t, 6> kMac = {0x02, 0x00, 0x5e, 0x0a, 0xb0, 0x01};
 constexpr std::array<uint8_t, 6> kNoMac = {};
+constexpr std::array<std::string_view, 2> kTwoPorts = {"port1", "port2"};
 const auto kAddress = ip("2001:db8::10");
 
 struct Row {
@@ -51,16 +53,21 @@ const Row kRows[] = {
     {"kind 3 install without a MAC", permitPortMacAddress(Change::Add, "port2", kNoMac, kAddress),
      "add element bridge dhcp6snooping permit_port_mac_ip "
      "{ \"port2\" . 00:00:00:00:00:00-ff:ff:ff:ff:ff:ff . 2001:db8::10 }\n"},
-    {"kind 4 install", permitPortMacAddressVlan(Change::Add, "port3", kMac, kAddress, 4094),
+    {"kind 4 install", permitPortMacAddressVlan(Change::Add, "port3", kMac, kAddress, 4094, false),
      "add element bridge dhcp6snooping permit_port_mac_ip_vlan "
      "{ \"port3\" . 02:00:5e:0a:b0:01 . 2001:db8::10 . 4094 }\n"},
-    {"kind 4 remove", permitPortMacAddressVlan(Change::Delete, "port3", kMac, kAddress, 1),
+    {"kind 4 remove in the port's PVID",
+     permitPortMacAddressVlan(Change::Delete, "port3", kMac, kAddress, 1, true),
      "delete element bridge dhcp6snooping permit_port_mac_ip_vlan "
-     "{ \"port3\" . 02:00:5e:0a:b0:01 . 2001:db8::10 . 1 }\n"},
-    {"exempt VLAN install", exemptVlan(Change::Add, 20),
+     "{ \"port3\" . 02:00:5e:0a:b0:01 . 2001:db8::10 . 1 }\n"
+     "delete element bridge dhcp6snooping permit_port_mac_ip_untagged "
+     "{ \"port3\" . 02:00:5e:0a:b0:01 . 2001:db8::10 }\n"},
+    {"exempt VLAN install", exemptVlan(Change::Add, 20, {}),
      "add element bridge dhcp6snooping exempt_vlans { 20 }\n"},
-    {"exempt VLAN remove", exemptVlan(Change::Delete, 20),
-     "delete element bridge dhcp6snooping exempt_vlans { 20 }\n"},
+    {"exempt VLAN remove, the PVID of two ports", exemptVlan(Change::Delete, 20, kTwoPorts),
+     "delete element bridge dhcp6snooping exempt_vlans { 20 }\n"
+     "delete element bridge dhcp6snooping exempt_untagged_ports { \"port1\" }\n"
+     "delete element bridge dhcp6snooping exempt_untagged_ports { \"port2\" }\n"},
     {"neighbour discovery install", neighbourDiscovery(Change::Add),
      "add element bridge dhcp6snooping neighbour_discovery { nd-router-solicit, nd-router-advert, "
      "nd-neighbor-solicit, nd-neighbor-advert, nd-redirect }\n"},
@@ -96,6 +103,7 @@ std::vector<std::string> setsNamed(const std::string &commands) {
 }
 
 TEST(NftRulesTest, TheTableDefinesEverySetTheRequestsTouchAndRunsOnTheBridgeItIsOpenedFor) {
+    EXPECT_THAT(openTable(std::nullopt), Not(HasSubstr("ibrname")));
     const std::string table = openTable("br-test");
     EXPECT_THAT(table, HasSubstr("meta ibrname != \"br-test\" return"));
     for (const auto &row : kRows) {

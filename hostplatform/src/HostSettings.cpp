@@ -1,0 +1,83 @@
+#include "HostSettings.h"
+
+#include <cstdlib>
+#include <fstream>
+#include <sstream>
+
+namespace hostplatform {
+namespace {
+
+std::string_view trimmed(std::string_view text) {
+    const size_t first = text.find_first_not_of(" \t\r");
+    if (first == std::string_view::npos) {
+        return {};
+    }
+    return text.substr(first, text.find_last_not_of(" \t\r") - first + 1);
+}
+
+}  // namespace
+
+std::optional<HostSettings> parseSettings(std::string_view text, std::string &error) {
+    HostSettings settings;
+    size_t lineNumber = 0;
+    while (!text.empty()) {
+        const size_t end = std::min(text.find('\n'), text.size());
+        std::string_view line = text.substr(0, end);
+        text.remove_prefix(std::min(end + 1, text.size()));
+        ++lineNumber;
+        line = trimmed(line.substr(0, line.find('#')));
+        if (line.empty()) {
+            continue;
+        }
+        const size_t equals = line.find('=');
+        const std::string_view key = trimmed(line.substr(0, equals));
+        const std::string value(equals == std::string_view::npos ? "" : trimmed(line.substr(equals + 1)));
+        const auto refuse = [&](const std::string &why) {
+            error = "line " + std::to_string(lineNumber) + ": " + why;
+            return std::nullopt;
+        };
+        if (equals == std::string_view::npos || value.empty()) {
+            return refuse("expected \"key = value\"");
+        }
+        if (key == "bridge") {
+            settings.bridge = value;
+        } else if (key == "socket") {
+            if (value.front() != '/') {
+                return refuse("the socket path must be absolute");
+            }
+            settings.socketPath = value;
+        } else if (key == "socket-group") {
+            settings.socketGroup = value;
+        } else if (key == "trace") {
+            if (value != "on" && value != "off") {
+                return refuse("trace is on or off");
+            }
+            settings.trace = value == "on";
+        } else {
+            return refuse("unknown setting \"" + std::string(key) + "\"");
+        }
+    }
+    return settings;
+}
+
+std::optional<HostSettings> loadSettings(std::string &error) {
+    const char *named = std::getenv(kSettingsPathVariable);
+    const std::string path = named != nullptr ? named : kSettingsPath;
+    std::ifstream file(path);
+    if (!file) {
+        if (named != nullptr) {
+            error = path + ": cannot be read";
+            return std::nullopt;
+        }
+        return HostSettings{};
+    }
+    std::stringstream text;
+    text << file.rdbuf();
+    auto settings = parseSettings(text.str(), error);
+    if (!settings) {
+        error = path + ": " + error;
+    }
+    return settings;
+}
+
+}  // namespace hostplatform

@@ -1,0 +1,56 @@
+#pragma once
+// Everything the host platform holds for the one daemon process it serves.
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "BridgeModel.h"
+#include "HostSettings.h"
+#include "MgmtServer.h"
+#include "NetlinkSession.h"
+#include "PacketRing.h"
+#include "platform/SmdPacketApi.h"
+#include "platform/VosApi.h"
+
+namespace hostplatform {
+
+struct PacketRegistration {
+    PktMatchDescriptor descriptor{};
+    uint32_t mode = 0;
+    PktRecvCallback callback = nullptr;
+};
+
+struct HostState {
+    std::string processName;
+    HostSettings settings;
+    // Set once the bridge was read, the filter table made and the packet ring opened; until then the
+    // management queue cannot be opened and the daemon does not start.
+    bool ready = false;
+    BridgeModel bridge;
+    NetlinkSession netlink;
+    PacketRing packets;
+    MgmtServer mgmt;
+    int events = -1;  // the epoll set that vosMsgRecv waits on
+    int timerTicks = -1;
+    int stopSignals = -1;
+    size_t lastRequestLength = 0;  // of the management request last handed to the daemon
+    // What the packet path did, told in the log when the daemon stops.
+    uint64_t framesHandled = 0;
+    uint64_t framesDropped = 0;
+    double secondsHandling = 0;
+    std::vector<PacketRegistration> registrations;
+    LinkChangeCallback linkChange = nullptr;
+    VosTimerCallback timer = nullptr;
+    VosBldrunCallback runningConfig = nullptr;
+};
+
+HostState &host();
+
+// Hands one received frame to the registration that matches it (PacketService.cpp).
+void deliverFrame(void *context, const ReceivedFrame &frame);
+
+// Writes a line to the system log at `priority` (SyslogService.cpp).
+void logLine(int priority, const std::string &text);
+
+}  // namespace hostplatform

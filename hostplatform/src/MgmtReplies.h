@@ -1,0 +1,21 @@
+#pragma once
+// The management requests that the host platform answers itself, without the daemon's main loop: the
+// running configuration (the daemon's callback, run on its thread from inside its wait) and the names of
+// the ports.
+
+#include <cstdint>
+#include <optional>
+#include <span>
+
+#include "HostState.h"
+#include "mgmt_protocol/ManagementHeader.h"
+
+namespace hostplatform {
+
+// The reply to `request` when the platform answers it; nothing when it is the daemon's.
+std::optional<mgmt::Bytes> platformReply(std::span<const uint8_t> request, const HostState &state);
+
+// The reply to a request too large to be any request: its header (or as much as came), answered -1.
+mgmt::Bytes refusedReply(std::span<const uint8_t> request);
+
+}  // namespace hostplatform

@@ -1,0 +1,116 @@
+#include "MgmtServer.h"
+
+#include <grp.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
+
+namespace hostplatform {
+namespace {
+
+constexpr size_t kMostConnections = 32;
+
+std::string failure(const std::string &what) {
+    return "management socket " + what + ": " + std::strerror(errno);
+}
+
+}  // namespace
+
+MgmtServer::~MgmtServer() {
+    close();
+}
+
+bool MgmtServer::open(const std::string &path, const std::string &groupName, int backlog,
+                      std::string &error) {
+    sockaddr_un address{};
+    if (path.size() >= sizeof address.sun_path) {
+        error = "management socket path too long: " + path;
+        return false;
+    }
+    gid_t groupId = 0;
+    if (!groupName.empty()) {
+        const struct group *entry = getgrnam(groupName.c_str());
+        if (entry == nullptr) {
+            error = "management socket group does not exist: " + groupName;
+            return false;
+        }
+        groupId = entry->gr_gid;
+    }
+    const std::filesystem::path directory = std::filesystem::path(path).parent_path();
+    std::error_code ignored;
+    std::filesystem::create_directories(directory, ignored);
+    if (chmod(directory.c_str(), 0750) != 0 || chown(directory.c_str(), 0, groupId) != 0) {
+        error = failure("directory " + directory.string());
+        return false;
+    }
+    listen_ = socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
+    address.sun_family = AF_UNIX;
+    std::memcpy(address.sun_path, path.c_str(), path.size());
+    unlink(path.c_str());  // left behind by a run that was killed
+    if (listen_ < 0 || bind(listen_, reinterpret_cast<sockaddr *>(&address), sizeof address) != 0 ||
+        chmod(path.c_str(), 0660) != 0 || chown(path.c_str(), 0, groupId) != 0 ||
+        listen(listen_, backlog) != 0) {
+        error = failure(path);
+        return false;
+    }
+    path_ = path;
+    return true;
+}
+
+void MgmtServer::close() {
+    for (const int connection : connections_) {
+        ::close(connection);
+    }
+    connections_.clear();
+    if (listen_ >= 0) {
+        ::close(listen_);
+        listen_ = -1;
+    }
+    if (!path_.empty()) {
+        unlink(path_.c_str());
+        path_.clear();
+    }
+}
+
+int MgmtServer::accept() {
+    const int connection = accept4(listen_, nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK);
+    if (connection < 0) {
+        return -1;
+    }
+    if (connections_.size() == kMostConnections) {
+        ::close(connection);
+        return -1;
+    }
+    connections_.push_back(connection);
+    return connection;
+}
+
+void MgmtServer::drop(int connection) {
+    if (std::erase(connections_, connection) != 0) {
+        ::close(connection);
+    }
+}
+
+long MgmtServer::receive(int connection, std::span<uint8_t> buffer) const {
+    const ssize_t length = recv(connection, buffer.data(), buffer.size(), MSG_TRUNC);
+    if (length < 0) {
+        return errno == EAGAIN || errno == EWOULDBLOCK || errno == EINTR ? -1 : 0;
+    }
+    return static_cast<long>(length);
+}
+
+int MgmtServer::reply(int connection, std::span<const uint8_t> message) const {
+    if (std::find(connections_.begin(), connections_.end(), connection) == connections_.end()) {
+        return -1;
+    }
+    const ssize_t sent = send(connection, message.data(), message.size(), MSG_NOSIGNAL);
+    return sent == static_cast<ssize_t>(message.size()) ? 0 : -1;
+}
+
+}  // namespace hostplatform

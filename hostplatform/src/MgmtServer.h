@@ -1,0 +1,43 @@
+#pragma once
+// The management queue of the host platform: a Unix socket of sequenced packets on which the command line
+// sends one request per datagram and gets one reply each. Only root and the members of one group may
+// connect (the socket's mode is 0660 and its directory's 0750).
+
+#include <cstdint>
+#include <span>
+#include <string>
+#include <vector>
+
+namespace hostplatform {
+
+class MgmtServer {
+  public:
+    MgmtServer() = default;
+    MgmtServer(const MgmtServer &) = delete;
+    MgmtServer &operator=(const MgmtServer &) = delete;
+    ~MgmtServer();
+
+    // Creates the socket at `path` (and its directory), owned by group `groupName` when one is named.
+    bool open(const std::string &path, const std::string &groupName, int backlog, std::string &error);
+    // Removes the socket from the file system.
+    void close();
+
+    [[nodiscard]] int listenDescriptor() const { return listen_; }
+
+    // A new connection, or -1 when none is waiting or too many are open.
+    int accept();
+    void drop(int connection);
+
+    // The next datagram of `connection` into `buffer`: its full length (which may exceed the buffer's, the
+    // rest being cut off), 0 when the peer has gone, -1 when nothing is waiting.
+    long receive(int connection, std::span<uint8_t> buffer) const;
+    // 0 when the reply was sent whole.
+    int reply(int connection, std::span<const uint8_t> message) const;
+
+  private:
+    int listen_ = -1;
+    std::string path_;
+    std::vector<int> connections_;
+};
+
+}  // namespace hostplatform

@@ -1,0 +1,55 @@
+// The remote-call wrapper service of the host platform: the calls that arrive on the management socket are
+// served by the wrappers the daemon registered. smdDebugPrintf lines go to the system log's debug level.
+
+#include <syslog.h>
+
+#include <cstdarg>
+#include <cstdio>
+
+#include "HostState.h"
+#include "mgmt_protocol/WrapperTable.h"
+#include "platform/PlatformVariables.h"
+#include "platform/RmWrapApi.h"
+
+namespace {
+
+mgmt::WrapperTable &wrappers() {
+    static mgmt::WrapperTable table;
+    return table;
+}
+
+constexpr size_t kDebugLineSize = 256;
+
+}  // namespace
+
+extern "C" {
+
+int32_t smdRMWrapInit(uint32_t firstCall, uint32_t endCall) {
+    return wrappers().reserve(firstCall, endCall);
+}
+
+int32_t smdRmWrapRegister(uint32_t callNumber, uint32_t /*flags*/, RmWrapper wrapper) {
+    return wrappers().add(callNumber, wrapper);
+}
+
+int32_t smdDebugPrintf(uint32_t /*level*/, const char *format, ...) {
+    if (format == nullptr || !hostplatform::host().settings.trace) {
+        return format == nullptr ? -1 : 0;
+    }
+    char line[kDebugLineSize];
+    va_list args;
+    va_start(args, format);
+    std::vsnprintf(line, sizeof line, format, args);
+    va_end(args);
+    hostplatform::logLine(LOG_DEBUG, line);
+    return 0;
+}
+
+int32_t smdCfgRmWrapProcess(void *message) {
+    if (message == nullptr) {
+        return mgmt::WrapperTable::kRefused;
+    }
+    // The message is the one vosMsgRecv has just put into the receive buffer.
+    return wrappers().serve(static_cast<uint8_t *>(message), hostplatform::host().lastRequestLength);
+}
+}

@@ -1,0 +1,196 @@
+#!/usr/bin/python3
+"""End to end on a real Linux bridge: the daemon on bridge br0 in one network namespace, a Kea DHCPv6
+server behind trusted port swp1, dhclient (addresses) behind swp2, dhcpcd (a delegated prefix) behind swp3
+and a rogue server behind swp4, each in a namespace of its own. Every check prints "ok" or "FAIL"; the exit
+status is 1 when any failed, and 77 when this machine cannot run the test (not root, no namespaces).
+
+usage: linux_bridge_e2e.py DAEMON CTL"""
+
+import json
+import os
+import signal
+import subprocess
+import sys
+import tempfile
+import time
+from pathlib import Path
+
+HERE = Path(__file__).resolve().parent
+PREFIX = "d6s-"
+HOSTS = {"srv": "swp1", "c1": "swp2", "c2": "swp3", "rogue": "swp4"}
+SERVER_ADDRESS = "2001:db8:1::1"
+POOL_PREFIX = "2001:db8:1::"
+PD_PREFIX = "2001:db8:100:"
+ROGUE_PREFIX = "2001:db8:bad:"
+SKIP = 77
+
+
+class Scenario:
+    def __init__(self, daemon, ctl, work):
+        self.daemon_path, self.ctl_path, self.work = daemon, ctl, Path(work)
+        self.socket = self.work / "mgmt.sock"
+        self.processes = {}
+        self.failures = 0
+
+    # --- plumbing -------------------------------------------------------------------------------------
+    def run(self, *command, check=True, namespace=None, **options):
+        if namespace is not None:
+            command = ("ip", "netns", "exec", PREFIX + namespace) + command
+        result = subprocess.run(command, capture_output=True, text=True, **options)
+        if check and result.returncode != 0:
+            raise RuntimeError(f"{' '.join(command)}: {result.returncode}\n{result.stdout}{result.stderr}")
+        return result
+
+    def start(self, name, *command, namespace, env=None):
+        log = open(self.work / f"{name}.log", "w")
+        self.processes[name] = subprocess.Popen(("ip", "netns", "exec", PREFIX + namespace) + command,
+                                                stdout=log, stderr=subprocess.STDOUT, env=env)
+
+    def stop(self, name, sig=signal.SIGTERM):
+        process = self.processes.pop(name, None)
+        if process is not None and process.poll() is None:
+            process.send_signal(sig)
+            try:
+                return process.wait(timeout=10)
+            except subprocess.TimeoutExpired:
+                process.kill()
+        return process.returncode if process else None
+
+    def ctl(self, *arguments, json_output=False, check=True, input=None):
+        command = [self.ctl_path, "--socket", str(self.socket)] + (["--json"] if json_output else [])
+        result = self.run(*command, *arguments, namespace="sw", check=check, input=input)
+        return json.loads(result.stdout) if json_output else result
+
+    def check(self, condition, what, detail=""):
+        print(("ok   " if condition else "FAIL ") + what + ("" if condition else f"\n     {detail}"), flush=True)
+        self.failures += 0 if condition else 1
+
+    def wait_for(self, condition, seconds=20):
+        deadline = time.monotonic() + seconds
+        while time.monotonic() < deadline:
+            if condition():
+                return True
+            time.sleep(0.2)
+        return condition()
+
+    def addresses(self, host):
+        shown = json.loads(self.run("ip", "-j", "-6", "addr", "show", "dev", "eth0", namespace=host).stdout)
+        return {a["local"] for link in shown for a in link["addr_info"] if a["scope"] == "global"}
+
+    def mac(self, host):
+        return json.loads(self.run("ip", "-j", "link", "show", "dev", "eth0", namespace=host).stdout)[0]["address"]
+
+    # --- the test bed ---------------------------------------------------------------------------------
+    def build(self):
+        self.teardown()
+        for host in ["sw", *HOSTS]:
+            self.run("ip", "netns", "add", PREFIX + host)
+            self.run("ip", "link", "set", "lo", "up", namespace=host)
+        self.run("ip", "link", "add", "br0", "type", "bridge", namespace="sw")
+        for host, port in HOSTS.items():
+            self.run("ip", "link", "add", port, "type", "veth", "peer", "name", "eth0", "netns", PREFIX + host,
+                     namespace="sw")
+            self.run("ip", "link", "set", port, "master", "br0", "up", namespace="sw")
+            self.run("ip", "link", "set", "eth0", "up", namespace=host)
+        self.run("ip", "link", "set", "br0", "up", namespace="sw")
+        self.run("ip", "addr", "add", SERVER_ADDRESS + "/64", "dev", "eth0", "nodad", namespace="srv")
+
+    def teardown(self):
+        for name in list(self.processes):
+            self.stop(name, signal.SIGKILL)
+        for host in ["sw", *HOSTS]:
+            subprocess.run(("ip", "netns", "del", PREFIX + host), capture_output=True)
+
+    def start_daemon(self):
+        settings = self.work / "platform.conf"
+        settings.write_text(f"bridge = br0\nsocket = {self.socket}\ntrace = on\n")
+        self.start("daemon", self.daemon_path, namespace="sw",
+                   env={**os.environ, "DHCP6SNOOPING_PLATFORM_CONF": str(settings)})
+        return self.wait_for(self.socket.exists, 10)
+
+    def start_server(self):
+        config = json.loads((HERE / "kea-dhcp6.json").read_text())
+        config["Dhcp6"]["loggers"][0]["output_options"][0]["output"] = str(self.work / "kea.log")
+        (self.work / "kea.json").write_text(json.dumps(config))
+        env = {**os.environ, "KEA_LOCKFILE_DIR": str(self.work), "KEA_PIDFILE_DIR": str(self.work)}
+        self.start("kea", "kea-dhcp6", "-c", str(self.work / "kea.json"), namespace="srv", env=env)
+
+    def dhclient(self, *arguments):
+        return self.run("timeout", "30", "dhclient", "-6", "-1", "-v", "-lf", str(self.work / "c1.leases"),
+                        "-pf", str(self.work / "c1.pid"), *arguments, "eth0", namespace="c1", check=False)
+
+    def dhcpcd(self):
+        config = self.work / "dhcpcd.conf"
+        config.write_text("ipv6only\nnoipv6rs\nnohook resolv.conf\nia_pd 1\n")
+        return self.run("timeout", "30", "dhcpcd", "-f", str(config), "-1", "-B", "-6", "eth0",
+                        namespace="c2", check=False)
+
+    def clients(self):
+        return {client["mac"]: client for client in self.ctl("show", "clients", json_output=True)}
+
+    # --- the scenario ---------------------------------------------------------------------------------
+    def scenario(self):
+        self.build()
+        self.check(self.start_daemon(), "the daemon starts on bridge br0 and opens its management socket",
+                   (self.work / "daemon.log").read_text())
+        applied = self.ctl("apply", "-", input="dhcpv6-snooping\ninterface ethernet swp1\n dhcpv6-snooping trust\n exit\n",
+                           check=False)
+        self.check(applied.returncode == 0, "snooping is switched on, swp1 trusted", applied.stderr)
+        self.start_server()
+        self.start("rogue", str(HERE / "rogue_server.py"), "eth0", namespace="rogue")
+        self.start("capture", "tcpdump", "-i", "eth0", "-U", "-w", str(self.work / "c1.pcap"),
+                   "ether", "src", self.mac("rogue"), namespace="c1")
+        time.sleep(2)
+
+        got = self.dhclient()
+        c1 = self.addresses("c1")
+        self.check(any(a.startswith(POOL_PREFIX) for a in c1), "dhclient gets an address from Kea",
+                   got.stdout[-2000:])
+        self.check(not any(a.startswith(ROGUE_PREFIX) for a in c1), "dhclient gets nothing from the rogue", c1)
+        got = self.dhcpcd()
+        delegated = [l for l in got.stderr.splitlines() + got.stdout.splitlines() if "delegated prefix" in l]
+        self.check(any(PD_PREFIX in l for l in delegated), "dhcpcd gets a prefix delegated by Kea",
+                   got.stderr[-2000:])
+        rogue_sent = (self.work / "rogue.log").read_text()
+        self.check("fragments-without-udp-header-first" in rogue_sent,
+                   "the rogue answered with every evasion", rogue_sent[-1000:])
+        self.stop("capture")
+        leaked = self.run("tshark", "-r", str(self.work / "c1.pcap"), "-Y", "ipv6 && !icmpv6", check=False).stdout
+        self.check(leaked.strip() == "", "no rogue answer reaches the client, evasions included", leaked)
+
+        table = self.clients()
+        c1_entry = table.get(self.mac("c1"), {})
+        c2_entry = table.get(self.mac("c2"), {})
+        c1_learned = {a["address"] for a in c1_entry.get("addresses", [])}
+        self.check(c1_learned == {a for a in c1 if a.startswith(POOL_PREFIX)},
+                   "the client table holds dhclient's address", json.dumps(table))
+        c2_learned = [a for a in c2_entry.get("addresses", []) if a["address"].startswith(PD_PREFIX)]
+        self.check(len(c2_learned) == 1 and str(c2_learned[0].get("prefix_length")) == "56",
+                   "the client table holds dhcpcd's delegated prefix", json.dumps(table))
+        return self.failures
+
+
+def main():
+    if len(sys.argv) != 3:
+        print(__doc__, file=sys.stderr)
+        return 2
+    if os.geteuid() != 0 or subprocess.run(("ip", "netns", "add", PREFIX + "probe"), capture_output=True).returncode:
+        print("skipped: the end-to-end test needs root and network namespaces")
+        return SKIP
+    subprocess.run(("ip", "netns", "del", PREFIX + "probe"), capture_output=True)
+    with tempfile.TemporaryDirectory(prefix="d6s-e2e-") as work:
+        scenario = Scenario(os.path.abspath(sys.argv[1]), os.path.abspath(sys.argv[2]), work)
+        try:
+            failures = scenario.scenario()
+        finally:
+            scenario.teardown()
+            for log in ("daemon.log",):
+                path = Path(work) / log
+                if path.exists() and scenario.failures:
+                    print(f"--- {log} ---\n{path.read_text()[-4000:]}")
+    print(f"{failures} check(s) failed" if failures else "all checks passed")
+    return 1 if failures else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
