@@ -42,10 +42,12 @@ bool MgmtServer::open(const std::string &path, const std::string &groupName, int
         }
         groupId = entry->gr_gid;
     }
+    // A directory of the socket's own is made private to root and the group; one that exists already (say
+    // /run or /tmp) is left as it is, and the socket's own mode guards it.
     const std::filesystem::path directory = std::filesystem::path(path).parent_path();
-    std::error_code ignored;
-    std::filesystem::create_directories(directory, ignored);
-    if (chmod(directory.c_str(), 0750) != 0 || chown(directory.c_str(), 0, groupId) != 0) {
+    std::error_code made;
+    if (std::filesystem::create_directories(directory, made) &&
+        (chmod(directory.c_str(), 0750) != 0 || chown(directory.c_str(), 0, groupId) != 0)) {
         error = failure("directory " + directory.string());
         return false;
     }

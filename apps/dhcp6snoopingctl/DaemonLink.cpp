@@ -1,0 +1,79 @@
+#include "DaemonLink.h"
+
+#include <algorithm>
+
+namespace ctl {
+
+DaemonLink::DaemonLink(const std::string &socketPath) {
+    std::string error;
+    if (!client_.connect(socketPath, error)) {
+        throw CommandFailure(error);
+    }
+}
+
+mgmt::Bytes DaemonLink::exchange(const mgmt::Bytes &request) {
+    std::string error;
+    auto reply = client_.exchange(request, error);
+    if (!reply) {
+        throw CommandFailure(error);
+    }
+    return std::move(*reply);
+}
+
+std::optional<mgmt::DecodedRemoteCall> DaemonLink::call(uint32_t callNumber,
+                                                        const std::vector<mgmt::Bytes> &arguments) {
+    const auto reply = mgmt::decodeRemoteCall(exchange(mgmt::encodeRemoteCall(callNumber, arguments)));
+    if (!reply || reply->callNumber != callNumber) {
+        return std::nullopt;
+    }
+    return reply;
+}
+
+mgmt::DecodedRemoteCall DaemonLink::require(uint32_t callNumber, const std::vector<mgmt::Bytes> &arguments,
+                                            const std::string &what) {
+    auto reply = call(callNumber, arguments);
+    if (!reply) {
+        throw CommandFailure("the daemon gave no answer to " + what);
+    }
+    if (reply->result != 0) {
+        throw CommandFailure("the daemon refused " + what + " (" + std::to_string(reply->result) + ")");
+    }
+    return std::move(*reply);
+}
+
+std::vector<std::string> DaemonLink::portNames() {
+    if (!portNames_) {
+        const auto reply = exchange(mgmt::encodePlatformRequest(mgmt::kPortNamesMessage));
+        std::string_view text = mgmt::replyText(reply);
+        portNames_.emplace();
+        while (!text.empty()) {
+            const size_t end = std::min(text.find('\n'), text.size());
+            portNames_->emplace_back(text.substr(0, end));
+            text.remove_prefix(std::min(end + 1, text.size()));
+        }
+    }
+    return *portNames_;
+}
+
+std::string DaemonLink::runningConfig() {
+    const auto reply = exchange(mgmt::encodePlatformRequest(mgmt::kRunningConfigMessage));
+    if (mgmt::messageType(reply) != mgmt::kRunningConfigMessage ||
+        mgmt::loadAt<int32_t>(reply, mgmt::kResultOffset) != 0) {
+        throw CommandFailure("the daemon could not write its running configuration");
+    }
+    std::string text(mgmt::replyText(reply));
+    std::erase(text, '\r');
+    return text;
+}
+
+std::optional<uint32_t> DaemonLink::portNamed(std::string name) {
+    name.erase(0, name.find_first_not_of(" \t"));
+    const auto names = portNames();
+    const auto found = std::find(names.begin(), names.end(), name);
+    if (name.empty() || found == names.end()) {
+        return std::nullopt;
+    }
+    return static_cast<uint32_t>(found - names.begin() + 1);
+}
+
+}  // namespace ctl

@@ -1,0 +1,260 @@
+#include "Views.h"
+
+#include <arpa/inet.h>
+
+#include <array>
+#include <cstdio>
+
+#include "core/SharedTypes.h"
+#include "mgmt/PortVlanSettings.h"
+#include "relay_option/InfoOptionConfig.h"
+#include "source_guard/StaticBindings.h"
+
+namespace ctl {
+namespace {
+
+using nlohmann::json;
+
+enum Call : uint32_t {
+    kBindingCount = 6252,
+    kGetGuardMode = 6262,
+    kClientWalk = 6265,
+    kPortMaxClientsGet = 6266,
+    kVlanMaxClientsGet = 6267,
+    kPortTrustGet = 6269,
+    kGlobalInfoGet = 6270,
+    kBindingPage = 6277,
+    kExemptVlansGet = 6278,
+    kInfoOptionGet = 6280,
+};
+
+constexpr uint32_t kHighestVlan = 4094;
+constexpr uint32_t kDefaultMaxClients = 2048;
+constexpr std::array<const char *, 5> kGuardModes = {"?", "ipv6", "ipv6-mac", "ipv6-mac-vlan", "none"};
+constexpr std::array<const char *, 6> kFormats = {"?",       "ipv4-address", "ipv6-address",
+                                                  "default", "string",       "user-defined"};
+
+std::string addressText(const uint8_t *address) {
+    char text[INET6_ADDRSTRLEN] = {};
+    inet_ntop(AF_INET6, address, text, sizeof text);
+    return text;
+}
+
+std::string macText(const uint8_t *mac) {
+    char text[18];
+    std::snprintf(text, sizeof text, "%02x:%02x:%02x:%02x:%02x:%02x", mac[0], mac[1], mac[2], mac[3], mac[4],
+                  mac[5]);
+    return text;
+}
+
+template <size_t N>
+const char *named(const std::array<const char *, N> &names, uint32_t value) {
+    return value < names.size() ? names[value] : names[0];
+}
+
+json optionView(uint32_t enable, uint32_t format, const uint8_t *value) {
+    json option = {{"enabled", enable != 0}, {"format", named(kFormats, format)}};
+    if (format == FORMAT_IPV4_ADDRESS) {
+        char text[INET_ADDRSTRLEN] = {};
+        inet_ntop(AF_INET, value, text, sizeof text);
+        option["value"] = text;
+    } else if (format == FORMAT_IPV6_ADDRESS) {
+        option["value"] = addressText(value);
+    } else if (format == FORMAT_STRING || format == FORMAT_USER_DEFINED) {
+        option["value"] = std::string(reinterpret_cast<const char *>(value),
+                                      strnlen(reinterpret_cast<const char *>(value), kOptionValueSize));
+    }
+    return option;
+}
+
+std::string portNameOr(DaemonLink &daemon, uint32_t port) {
+    const auto names = daemon.portNames();
+    return port >= 1 && port <= names.size() ? names[port - 1] : std::to_string(port);
+}
+
+}  // namespace
+
+json globalView(DaemonLink &daemon) {
+    const auto info = valueOf<GlobalInfo>(
+        daemon.require(kGlobalInfoGet, {bytesOf(GlobalInfo{})}, "the global settings").arguments.at(0));
+    const auto options = valueOf<InfoOptionConfig>(
+        daemon.require(kInfoOptionGet, {bytesOf(InfoOptionConfig{})}, "the option settings").arguments.at(0));
+    const auto bindings = valueOf<uint32_t>(
+        daemon.require(kBindingCount, {bytesOf(uint32_t{0})}, "the binding count").arguments.at(0));
+    return {{"snooping", info.onOff != 0},
+            {"port_down_fast_remove", info.portDownAction != 0},
+            {"static_bindings", bindings},
+            {"interface_id",
+             optionView(options.interfaceIdEnable, options.interfaceIdFormat, options.interfaceIdValue)},
+            {"remote_id", optionView(options.remoteIdEnable, options.remoteIdFormat, options.remoteIdValue)}};
+}
+
+json portsView(DaemonLink &daemon) {
+    json ports = json::array();
+    const auto names = daemon.portNames();
+    for (uint32_t port = 1; port <= names.size(); ++port) {
+        if (names[port - 1].empty()) {
+            continue;  // an interface that has left the bridge
+        }
+        const auto what = "the settings of port " + names[port - 1];
+        const auto trust = daemon.require(kPortTrustGet, {bytesOf(port), bytesOf(uint32_t{0})}, what);
+        const auto mode = daemon.require(kGetGuardMode, {bytesOf(port), bytesOf(uint32_t{0})}, what);
+        const auto limit = daemon.require(kPortMaxClientsGet,
+                                          {bytesOf(port), bytesOf(uint32_t{0}), bytesOf(uint32_t{0})}, what);
+        ports.push_back({{"port", port},
+                         {"name", names[port - 1]},
+                         {"trusted", valueOf<uint32_t>(trust.arguments.at(1)) != 0},
+                         {"source_guard", named(kGuardModes, valueOf<uint32_t>(mode.arguments.at(1)))},
+                         {"max_clients", valueOf<uint32_t>(limit.arguments.at(1))},
+                         {"clients", valueOf<uint32_t>(limit.arguments.at(2))}});
+    }
+    return ports;
+}
+
+json vlansView(DaemonLink &daemon) {
+    json vlans = json::array();
+    for (uint32_t vlan = 1; vlan <= kHighestVlan; ++vlan) {
+        const auto limit =
+            daemon.require(kVlanMaxClientsGet, {bytesOf(vlan), bytesOf(uint32_t{0}), bytesOf(uint32_t{0})},
+                           "the settings of VLAN " + std::to_string(vlan));
+        const auto maximum = valueOf<uint32_t>(limit.arguments.at(1));
+        const auto clients = valueOf<uint32_t>(limit.arguments.at(2));
+        if (maximum != kDefaultMaxClients || clients != 0) {
+            vlans.push_back({{"vlan", vlan}, {"max_clients", maximum}, {"clients", clients}});
+        }
+    }
+    return vlans;
+}
+
+json clientsView(DaemonLink &daemon) {
+    json clients = json::array();
+    std::array<uint8_t, 6> mac{};
+    for (;;) {
+        const auto step =
+            daemon.call(kClientWalk, {mgmt::Bytes(mac.begin(), mac.end()), bytesOf(uint32_t{0}),
+                                      bytesOf(uint32_t{0}), bytesOf(uint32_t{0}),
+                                      mgmt::Bytes(sizeof(ClientAddressSummary) * kClientSummaryLimit),
+                                      mgmt::Bytes(sizeof(uint32_t) * kClientSummaryLimit)});
+        if (!step || step->result != 0) {
+            return clients;  // the walk is over
+        }
+        std::copy_n(step->arguments.at(0).begin(), mac.size(), mac.begin());
+        const auto count = std::min(valueOf<uint32_t>(step->arguments.at(3)), kClientSummaryLimit);
+        json addresses = json::array();
+        for (uint32_t i = 0; i < count; ++i) {
+            ClientAddressSummary summary{};
+            std::memcpy(&summary, step->arguments.at(4).data() + i * sizeof summary, sizeof summary);
+            uint32_t left = 0;
+            std::memcpy(&left, step->arguments.at(5).data() + i * sizeof left, sizeof left);
+            addresses.push_back({{"address", addressText(summary.address)},
+                                 {"prefix_length", summary.prefixLength},
+                                 {"valid_seconds_left", left}});
+        }
+        const auto port = valueOf<uint32_t>(step->arguments.at(2));
+        clients.push_back({{"mac", macText(mac.data())},
+                           {"vlan", valueOf<uint32_t>(step->arguments.at(1))},
+                           {"port", port},
+                           {"port_name", portNameOr(daemon, port)},
+                           {"addresses", addresses}});
+    }
+}
+
+json bindingsView(DaemonLink &daemon) {
+    json bindings = json::array();
+    uint16_t first = 1;
+    while (first != 0) {
+        const auto page = daemon.require(kBindingPage,
+                                         {bytesOf(first), bytesOf(uint16_t{0}), bytesOf(uint16_t{0}),
+                                          mgmt::Bytes(sizeof(StaticBindRecord) * kStaticBindPage)},
+                                         "the static bindings");
+        const auto count = std::min<uint32_t>(valueOf<uint16_t>(page.arguments.at(2)), kStaticBindPage);
+        for (uint32_t i = 0; i < count; ++i) {
+            StaticBindRecord record{};
+            std::memcpy(&record, page.arguments.at(3).data() + i * sizeof record, sizeof record);
+            json binding = {{"address", addressText(record.ip)}};
+            if (std::any_of(std::begin(record.mac), std::end(record.mac), [](uint8_t b) { return b != 0; })) {
+                binding["mac"] = macText(record.mac);
+            }
+            if (record.port != 0) {
+                binding["port"] = record.port;
+                binding["port_name"] = portNameOr(daemon, record.port);
+            }
+            if (record.vlan != 0) {
+                binding["vlan"] = record.vlan;
+            }
+            bindings.push_back(binding);
+        }
+        first = valueOf<uint16_t>(page.arguments.at(1));
+    }
+    return bindings;
+}
+
+json exemptVlansView(DaemonLink &daemon) {
+    const auto bitmap = valueOf<VlanBitmap>(
+        daemon.require(kExemptVlansGet, {bytesOf(VlanBitmap{})}, "the exempt VLANs").arguments.at(0));
+    json vlans = json::array();
+    for (uint32_t vlan = 1; vlan <= kHighestVlan; ++vlan) {
+        if (vlanBitmapHas(bitmap, static_cast<VlanId>(vlan))) {
+            vlans.push_back(vlan);
+        }
+    }
+    return vlans;
+}
+
+std::string viewText(const std::string &view, const json &value) {
+    std::string text;
+    const auto line = [&text](const std::string &s) { text += s + "\n"; };
+    if (view == "global") {
+        line(std::string("snooping: ") + (value["snooping"].get<bool>() ? "on" : "off"));
+        line(std::string("port-down action: ") +
+             (value["port_down_fast_remove"].get<bool>() ? "fast-remove" : "keep clients"));
+        line("static bindings: " + value["static_bindings"].dump());
+        for (const char *option : {"interface_id", "remote_id"}) {
+            const auto &o = value[option];
+            line(std::string(option) + ": " + (o["enabled"].get<bool>() ? "on" : "off") + ", format " +
+                 o["format"].get<std::string>() +
+                 (o.contains("value") ? " \"" + o["value"].get<std::string>() + "\"" : ""));
+        }
+    } else if (view == "ports") {
+        line("port            trusted  source-guard   max-clients  clients");
+        for (const auto &p : value) {
+            char row[128];
+            std::snprintf(row, sizeof row, "%-15s %-8s %-14s %11u  %7u", p["name"].get<std::string>().c_str(),
+                          p["trusted"].get<bool>() ? "yes" : "no",
+                          p["source_guard"].get<std::string>().c_str(), p["max_clients"].get<uint32_t>(),
+                          p["clients"].get<uint32_t>());
+            line(row);
+        }
+    } else if (view == "vlans") {
+        line("vlan  max-clients  clients");
+        for (const auto &v : value) {
+            char row[64];
+            std::snprintf(row, sizeof row, "%4u  %11u  %7u", v["vlan"].get<uint32_t>(),
+                          v["max_clients"].get<uint32_t>(), v["clients"].get<uint32_t>());
+            line(row);
+        }
+    } else if (view == "clients") {
+        for (const auto &c : value) {
+            line(c["mac"].get<std::string>() + " vlan " + c["vlan"].dump() + " port " +
+                 c["port_name"].get<std::string>());
+            for (const auto &a : c["addresses"]) {
+                line("  " + a["address"].get<std::string>() + "/" + a["prefix_length"].dump() + "  " +
+                     a["valid_seconds_left"].dump() + " s left");
+            }
+        }
+    } else if (view == "bindings") {
+        for (const auto &b : value) {
+            line(b["address"].get<std::string>() +
+                 (b.contains("mac") ? " mac " + b["mac"].get<std::string>() : "") +
+                 (b.contains("port_name") ? " port " + b["port_name"].get<std::string>() : "") +
+                 (b.contains("vlan") ? " vlan " + b["vlan"].dump() : ""));
+        }
+    } else if (view == "exempt-vlans") {
+        for (const auto &v : value) {
+            line(v.dump());
+        }
+    }
+    return text;
+}
+
+}  // namespace ctl

@@ -1,0 +1,23 @@
+#pragma once
+// What the show commands read from the daemon, as JSON values: the same objects are printed as JSON for
+// scripts or as text for people.
+
+#include <nlohmann/json.hpp>
+
+#include "DaemonLink.h"
+
+namespace ctl {
+
+nlohmann::json globalView(DaemonLink &daemon);
+nlohmann::json portsView(DaemonLink &daemon);
+// The VLANs whose client limit is not the default or that have clients.
+nlohmann::json vlansView(DaemonLink &daemon);
+// The acknowledged clients in MAC order, each with its addresses and prefixes and their lease time left.
+nlohmann::json clientsView(DaemonLink &daemon);
+nlohmann::json bindingsView(DaemonLink &daemon);
+nlohmann::json exemptVlansView(DaemonLink &daemon);
+
+// The view as lines of text for a terminal.
+std::string viewText(const std::string &view, const nlohmann::json &value);
+
+}  // namespace ctl
