@@ -131,6 +131,7 @@ size_t PacketRing::drain(FrameHandler handler, void *context) {
                     frame.vlanTag = static_cast<uint16_t>(packet->hv1.tp_vlan_tci & kVlanIdMask);
                 }
                 frame.bytes = {base + offset + packet->tp_mac, packet->tp_snaplen};
+                frame.checksumPending = (packet->tp_status & TP_STATUS_CSUMNOTREADY) != 0;
                 handler(context, frame);
                 ++handled;
             }

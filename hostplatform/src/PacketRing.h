@@ -15,6 +15,7 @@ struct ReceivedFrame {
     uint32_t ifindex = 0;
     std::optional<uint16_t> vlanTag;  // the 802.1Q VLAN id the frame was tagged with, if any
     std::span<const uint8_t> bytes;   // without that tag
+    bool checksumPending = false;     // sent by this host with its checksum left to the hardware
 };
 
 // Called for each received frame; the bytes are valid only during the call.

@@ -51,6 +51,10 @@ bool start(HostState &state, std::string &error) {
         return false;
     }
     state.settings = std::move(*settings);
+    if (state.settings.trace) {
+        // A test bed without a system log still sees the trace on standard error.
+        openlog(state.processName.c_str(), LOG_PID | LOG_PERROR, LOG_DAEMON);
+    }
     state.bridge.name = state.settings.bridge;
     if (!state.netlink.open(state.bridge, error) || !nftOpen(error) || !state.packets.open(error)) {
         return false;
