@@ -11,7 +11,7 @@ set -euo pipefail
 # clients, a rogue server built with python3-scapy, captures by tcpdump read by tshark.
 packages=(cmake ninja-build g++ libgtest-dev libgmock-dev libbenchmark-dev clang-format clang-tidy clang
   libclang-rt-14-dev pkg-config libpcap-dev tshark smitools erlang-snmp libmnl-dev libnftables-dev nftables
-  nlohmann-json3-dev iproute2 kea-dhcp6-server isc-dhcp-client dhcpcd-base tcpdump python3-scapy)
+  nlohmann-json3-dev iproute2 kea-dhcp6-server isc-dhcp-client dhcpcd-base tcpdump iputils-ping python3-scapy)
 missing=()
 for package in "${packages[@]}"; do
   if ! dpkg-query -W -f='${Status}' "$package" 2>/dev/null | grep -q "install ok installed"; then

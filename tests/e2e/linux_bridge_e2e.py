@@ -174,7 +174,67 @@ class Scenario:
         c2_learned = [a for a in c2_entry.get("addresses", []) if a["address"].startswith(PD_PREFIX)]
         self.check(len(c2_learned) == 1 and str(c2_learned[0].get("prefix_length")) == "56",
                    "the client table holds dhcpcd's delegated prefix", json.dumps(table))
+        if os.environ.get("D6S_E2E_STOP_AFTER") == "leases":
+            return self.failures
+        self.relay_options()
+        self.source_guard(c1)
+        self.removals()
+        self.bad_input()
+        self.stop("daemon")
+        rules = self.run("nft", "list", "tables", namespace="sw").stdout
+        self.check("dhcp6snooping" not in rules, "stopping the daemon leaves no rule of its own", rules)
         return self.failures
+
+    def relay_options(self):
+        """With options 18 and 37 on, a client's RENEW reaches the server carrying both, checksum good."""
+        self.ctl("config", "dhcpv6-snooping information option 18", "dhcpv6-snooping information option 37")
+        self.start("server-capture", "tcpdump", "-i", "eth0", "-U", "-w", str(self.work / "srv.pcap"),
+                   "udp", "port", "547", namespace="srv")
+        time.sleep(1)
+        self.dhclient()  # confirms the lease it holds
+        time.sleep(1)
+        self.stop("server-capture")
+        fields = self.run("tshark", "-r", str(self.work / "srv.pcap"), "-o", "udp.check_checksum:TRUE",
+                          "-Y", "dhcpv6.msgtype != 2 && dhcpv6.msgtype != 7", "-T", "fields", "-e", "dhcpv6.msgtype",
+                          "-e", "dhcpv6.interface_id", "-e", "dhcpv6.remoteid.enterprise", "-e", "udp.checksum.status",
+                          check=False).stdout.split("\n")
+        carried = [f.split("\t") for f in fields if f.strip()]
+        self.check(bool(carried) and all(f[1] and f[2] and f[3] == "1" for f in carried),
+                   "client messages reach the server with options 18 and 37 and a good checksum", carried)
+
+    def source_guard(self, leased):
+        """On a guarded port the leased address reaches the server and a forged one does not."""
+        self.ctl("config", "interface ethernet swp2", "ipv6-source-guard ipv6", "exit")
+        own = next(a for a in leased if a.startswith(POOL_PREFIX))
+        # DHCPv6 leases a /128; the on-link prefix would come from a router's advertisement, which this bed has
+        # none of.
+        self.run("ip", "-6", "route", "replace", POOL_PREFIX + "/64", "dev", "eth0", namespace="c1")
+        reached = self.run("ping", "-6", "-c", "2", "-W", "1", "-I", own, SERVER_ADDRESS, namespace="c1", check=False)
+        self.check(reached.returncode == 0, "the leased address reaches the server through the guard", reached.stdout)
+        forged = POOL_PREFIX + "abcd"
+        self.run("ip", "addr", "add", forged + "/128", "dev", "eth0", "nodad", namespace="c1")
+        blocked = self.run("ping", "-6", "-c", "2", "-W", "1", "-I", forged, SERVER_ADDRESS, namespace="c1", check=False)
+        self.check(blocked.returncode != 0, "a forged source address on the guarded port is dropped", blocked.stdout)
+        self.run("ip", "addr", "del", forged + "/128", "dev", "eth0", namespace="c1")
+
+    def removals(self):
+        """A RELEASE removes its client, and so does a port's link going down."""
+        c1_mac, c2_mac = self.mac("c1"), self.mac("c2")
+        self.dhclient("-r")
+        self.check(self.wait_for(lambda: c1_mac not in self.clients(), 5), "a release removes the client")
+        self.run("ip", "link", "set", "swp3", "down", namespace="sw")
+        self.check(self.wait_for(lambda: c2_mac not in self.clients(), 5), "a link going down removes its clients")
+
+    def bad_input(self):
+        """Bad input to the command line is refused with a message and a non-zero exit, and changes nothing."""
+        before = self.ctl("show", "running-config").stdout
+        for words in (["frobnicate"], ["show", "everything"], ["config", "interface ethernet swp99"],
+                      ["config", "vlan 4095"], ["clear", "clients", "mac", "00:11:22:33:44"],
+                      ["config", "ipv6-source-guard bind ip 2001:db8::zz"], ["clear", "clients", "vlan", "0"]):
+            result = self.ctl(*words, check=False)
+            self.check(result.returncode != 0 and result.stderr.strip() != "",
+                       f"'{' '.join(words)}' is refused with a message", result.stdout + result.stderr)
+        self.check(self.ctl("show", "running-config").stdout == before, "refused commands change nothing")
 
 
 def main():

@@ -1,10 +1,12 @@
-// The host platform's pure pieces: its settings file and the tagging of frames that leave a port.
+// The host platform's pure pieces: its settings file, the tagging of frames that leave a port, and the UDP
+// checksum of frames a local port sent with the checksum left to the hardware.
 
 #include <string>
 #include <vector>
 
 #include "FrameTagging.h"
 #include "HostSettings.h"
+#include "UdpChecksum.h"
 #include "gtest/gtest.h"
 
 namespace hostplatform {
@@ -44,6 +46,45 @@ TEST(FrameTagging, AVlanSentTaggedGetsItsTagBehindTheAddresses) {
                                            11, 12, 0x81, 0x00, 0x01, 0x23, 0x86, 0xdd, 0x60};
     EXPECT_EQ(std::vector<uint8_t>(tagged.begin(), tagged.end()), expected);
     EXPECT_TRUE(egressFrame(std::span(frame).first(11), 100, false, scratch).empty());
+}
+
+// A SOLICIT as scapy builds it, checksum 0xc65d, with a UDP length of 33 so that the last byte stands alone.
+const std::vector<uint8_t> kScapySolicit = {
+    0x33, 0x33, 0x00, 0x01, 0x00, 0x02, 0x02, 0x00, 0x00, 0x00, 0x00, 0x01, 0x86, 0xdd,  // Ethernet
+    0x60, 0x00, 0x00, 0x00, 0x00, 0x21, 0x11, 0x40,                                      // IPv6, UDP next
+    0xfe, 0x80, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00,
+    0x00, 0x01,  // fe80::1
+    0xff, 0x02, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x01,
+    0x00, 0x02,                                      // ff02::1:2
+    0x02, 0x22, 0x02, 0x23, 0x00, 0x21, 0xc6, 0x5d,  // UDP 546 to 547, length 33, checksum
+    0x01, 0x12, 0x34, 0x56,                          // SOLICIT
+    0x00, 0x01, 0x00, 0x0a, 0x00, 0x03, 0x00, 0x01, 0x02, 0x00, 0x00, 0x00, 0x00, 0x01,  // client id, DUID-LL
+    0x00, 0x08, 0x00, 0x02, 0x00, 0x00,                                                  // elapsed time
+    0x00};
+constexpr size_t kIpOffset = 14;
+constexpr size_t kChecksumOffset = 60;
+
+TEST(UdpChecksum, APendingChecksumIsCompletedAsTheSenderWouldHave) {
+    for (const uint16_t pending : {0x0000, 0x1234, 0xffff}) {
+        auto frame = kScapySolicit;
+        frame[kChecksumOffset] = static_cast<uint8_t>(pending >> 8U);
+        frame[kChecksumOffset + 1] = static_cast<uint8_t>(pending & 0xFFU);
+        EXPECT_TRUE(completeUdpChecksum(frame, kIpOffset));
+        EXPECT_EQ(frame, kScapySolicit) << "from " << pending;
+    }
+}
+
+TEST(UdpChecksum, AFrameShorterThanItsHeadersSayIsLeftAlone) {
+    auto longer = kScapySolicit;
+    longer[kIpOffset + 40 + 5] = 0x22;  // a UDP length one byte past the frame
+    auto cut = std::vector<uint8_t>(kScapySolicit.begin(), kScapySolicit.begin() + kIpOffset + 40 + 7);
+    for (auto *frame : {&longer, &cut}) {
+        const auto before = *frame;
+        EXPECT_FALSE(completeUdpChecksum(*frame, kIpOffset));
+        EXPECT_EQ(*frame, before);
+    }
+    auto whole = kScapySolicit;
+    EXPECT_FALSE(completeUdpChecksum(whole, whole.size() + 1));
 }
 
 }  // namespace
