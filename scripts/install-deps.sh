@@ -8,10 +8,10 @@ set -euo pipefail
 # Debian's libsmi packages leave out and erlang-snmp ships. The host platform reads its bridge through
 # libmnl and makes its filters as nftables rules through libnftables (nft lists them). The end-to-end test
 # on a Linux bridge runs real peers nobody here wrote: Kea's DHCPv6 server, ISC dhclient and dhcpcd as
-# clients, a rogue server built with python3-scapy, captures by tcpdump read by tshark.
+# clients, a rogue server built with python3-scapy, captures by tcpdump read by tshark, a flood replayed by tcpreplay, ping through source guard.
 packages=(cmake ninja-build g++ libgtest-dev libgmock-dev libbenchmark-dev clang-format clang-tidy clang
   libclang-rt-14-dev pkg-config libpcap-dev tshark smitools erlang-snmp libmnl-dev libnftables-dev nftables
-  nlohmann-json3-dev iproute2 kea-dhcp6-server isc-dhcp-client dhcpcd-base tcpdump iputils-ping python3-scapy)
+  nlohmann-json3-dev iproute2 kea-dhcp6-server isc-dhcp-client dhcpcd-base tcpdump tcpreplay iputils-ping python3-scapy)
 missing=()
 for package in "${packages[@]}"; do
   if ! dpkg-query -W -f='${Status}' "$package" 2>/dev/null | grep -q "install ok installed"; then

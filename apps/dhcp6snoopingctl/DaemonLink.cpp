@@ -22,7 +22,7 @@ mgmt::Bytes DaemonLink::exchange(const mgmt::Bytes &request) {
 
 std::optional<mgmt::DecodedRemoteCall> DaemonLink::call(uint32_t callNumber,
                                                         const std::vector<mgmt::Bytes> &arguments) {
-    const auto reply = mgmt::decodeRemoteCall(exchange(mgmt::encodeRemoteCall(callNumber, arguments)));
+    auto reply = mgmt::decodeRemoteCall(exchange(mgmt::encodeRemoteCall(callNumber, arguments)));
     if (!reply || reply->callNumber != callNumber) {
         return std::nullopt;
     }

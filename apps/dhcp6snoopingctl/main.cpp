@@ -57,16 +57,16 @@ Options parseOptions(int argc, char *argv[]) {
     Options options;
     for (int i = 1; i < argc; ++i) {
         const std::string word = argv[i];
-        if (!options.words.empty()) {
-            options.words.push_back(word);
-        } else if (word == "--socket") {
+        // Options stand before the command; what follows the command is its own, dashes and all.
+        const bool option = options.words.empty() && word.starts_with("-") && word != "-";
+        if (option && word == "--socket") {
             if (++i == argc) {
                 throw UsageError("--socket needs a path");
             }
             options.socket = argv[i];
-        } else if (word == "-j" || word == "--json") {
+        } else if (option && (word == "-j" || word == "--json")) {
             options.json = true;
-        } else if (word.starts_with("-") && word != "-") {
+        } else if (option) {
             throw UsageError("unknown option: " + word);
         } else {
             options.words.push_back(word);

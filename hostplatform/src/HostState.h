@@ -48,7 +48,7 @@ struct HostState {
 HostState &host();
 
 // Hands one received frame to the registration that matches it (PacketService.cpp).
-void deliverFrame(void *context, const ReceivedFrame &frame);
+void deliverFrame(void *context, const ReceivedFrame &received);
 
 // Writes a line to the system log at `priority` (SyslogService.cpp).
 void logLine(int priority, const std::string &text);

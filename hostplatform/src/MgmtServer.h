@@ -30,9 +30,9 @@ class MgmtServer {
 
     // The next datagram of `connection` into `buffer`: its full length (which may exceed the buffer's, the
     // rest being cut off), 0 when the peer has gone, -1 when nothing is waiting.
-    long receive(int connection, std::span<uint8_t> buffer) const;
+    [[nodiscard]] long receive(int connection, std::span<uint8_t> buffer) const;
     // 0 when the reply was sent whole.
-    int reply(int connection, std::span<const uint8_t> message) const;
+    [[nodiscard]] int reply(int connection, std::span<const uint8_t> message) const;
 
   private:
     int listen_ = -1;

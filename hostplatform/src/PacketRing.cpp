@@ -116,7 +116,7 @@ size_t PacketRing::drain(FrameHandler handler, void *context) {
         if ((block->hdr.bh1.block_status & TP_STATUS_USER) == 0) {
             return handled;
         }
-        const uint8_t *base = reinterpret_cast<const uint8_t *>(block);
+        const auto *base = reinterpret_cast<const uint8_t *>(block);
         uint32_t offset = block->hdr.bh1.offset_to_first_pkt;
         for (uint32_t i = 0; i < block->hdr.bh1.num_pkts; ++i) {
             const auto *packet = reinterpret_cast<const tpacket3_hdr *>(base + offset);

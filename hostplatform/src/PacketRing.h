@@ -39,7 +39,7 @@ class PacketRing {
     [[nodiscard]] uint64_t droppedSinceLastAsked() const;
 
     // 0 when the frame was handed to the interface's queue.
-    int send(uint32_t ifindex, std::span<const uint8_t> frame) const;
+    [[nodiscard]] int send(uint32_t ifindex, std::span<const uint8_t> frame) const;
 
   private:
     int receive_ = -1;

@@ -124,6 +124,13 @@ void serveNotices(HostState &state) {
     });
 }
 
+// A connection whose reply cannot be sent has lost its peer and is closed.
+void answerOrDrop(HostState &state, int connection, std::span<const uint8_t> reply) {
+    if (state.mgmt.reply(connection, reply) != 0) {
+        state.mgmt.drop(connection);
+    }
+}
+
 // Serves a request of a connection that the platform answers itself; answers the length of a request that
 // is the daemon's (now in `buffer`), or 0.
 int32_t serveConnection(HostState &state, int connection, std::span<uint8_t> buffer) {
@@ -136,12 +143,12 @@ int32_t serveConnection(HostState &state, int connection, std::span<uint8_t> buf
         return 0;
     }
     if (static_cast<size_t>(length) > buffer.size()) {
-        state.mgmt.reply(connection, refusedReply(buffer));  // larger than any request can be
+        answerOrDrop(state, connection, refusedReply(buffer));  // larger than any request can be
         return 0;
     }
     const auto request = buffer.first(static_cast<size_t>(length));
     if (const auto answer = platformReply(request, state)) {
-        state.mgmt.reply(connection, *answer);
+        answerOrDrop(state, connection, *answer);
         return 0;
     }
     return static_cast<int32_t>(length);
@@ -288,6 +295,7 @@ uint32_t vosUpSeconds(void) {
 int32_t vosPrintf(const char *format, ...) {
     va_list args;
     va_start(args, format);
+    // NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized): va_start has run just above
     const int written = std::vfprintf(stderr, format, args);
     va_end(args);
     std::fflush(stderr);

@@ -39,6 +39,7 @@ int32_t smdDebugPrintf(uint32_t /*level*/, const char *format, ...) {
     char line[kDebugLineSize];
     va_list args;
     va_start(args, format);
+    // NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized): va_start has run just above
     std::vsnprintf(line, sizeof line, format, args);
     va_end(args);
     hostplatform::logLine(LOG_DEBUG, line);

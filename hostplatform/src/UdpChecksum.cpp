@@ -31,7 +31,7 @@ bool completeUdpChecksum(std::span<uint8_t> frame, size_t ipOffset) {
     }
     const auto ip = frame.subspan(ipOffset);
     const auto udp = ip.subspan(kIp6HeaderBytes);
-    const uint32_t length = static_cast<uint32_t>(udp[kUdpLengthOffset] << 8U | udp[kUdpLengthOffset + 1]);
+    const auto length = static_cast<uint32_t>(udp[kUdpLengthOffset] << 8U | udp[kUdpLengthOffset + 1]);
     if (length < kUdpHeaderBytes || length > udp.size()) {
         return false;
     }

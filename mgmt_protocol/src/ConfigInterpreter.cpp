@@ -254,7 +254,7 @@ class Interpreter {
         call(kAddBinding, {ip, mac, bytesOf(port), bytesOf(vlan)});
     }
 
-    uint32_t portNamed(std::string_view name) const {
+    [[nodiscard]] uint32_t portNamed(std::string_view name) const {
         if (const auto port = findPort_(name)) {
             return *port;
         }

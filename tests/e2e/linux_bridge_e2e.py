@@ -4,7 +4,10 @@ server behind trusted port swp1, dhclient (addresses) behind swp2, dhcpcd (a del
 and a rogue server behind swp4, each in a namespace of its own. Every check prints "ok" or "FAIL"; the exit
 status is 1 when any failed, and 77 when this machine cannot run the test (not root, no namespaces).
 
-usage: linux_bridge_e2e.py DAEMON CTL"""
+With FLOOD_TOOL it also floods an untrusted port with SOLICITs from random MACs (D6S_FLOOD_FRAMES of them,
+a million by default) while a real client confirms its lease on another port, and reports the daemon's rate.
+
+usage: linux_bridge_e2e.py DAEMON CTL [FLOOD_TOOL]"""
 
 import json
 import os
@@ -26,8 +29,9 @@ SKIP = 77
 
 
 class Scenario:
-    def __init__(self, daemon, ctl, work):
+    def __init__(self, daemon, ctl, work, flood_tool=None):
         self.daemon_path, self.ctl_path, self.work = daemon, ctl, Path(work)
+        self.flood_tool = flood_tool
         self.socket = self.work / "mgmt.sock"
         self.processes = {}
         self.failures = 0
@@ -107,7 +111,9 @@ class Scenario:
 
     def start_daemon(self):
         settings = self.work / "platform.conf"
-        settings.write_text(f"bridge = br0\nsocket = {self.socket}\ntrace = on\n")
+        # The trace costs a log line a frame, which the flood would measure; D6S_E2E_TRACE=on shows it.
+        trace = os.environ.get("D6S_E2E_TRACE", "off")
+        settings.write_text(f"bridge = br0\nsocket = {self.socket}\ntrace = {trace}\n")
         self.start("daemon", self.daemon_path, namespace="sw",
                    env={**os.environ, "DHCP6SNOOPING_PLATFORM_CONF": str(settings)})
         return self.wait_for(self.socket.exists, 10)
@@ -178,9 +184,13 @@ class Scenario:
             return self.failures
         self.relay_options()
         self.source_guard(c1)
+        if self.flood_tool:
+            self.flood()
         self.removals()
         self.bad_input()
         self.stop("daemon")
+        rate = [l for l in (self.work / "daemon.log").read_text().splitlines() if "frames handled" in l]
+        print("daemon: " + (rate[-1].split(": ", 1)[-1] if rate else "no rate reported"), flush=True)
         rules = self.run("nft", "list", "tables", namespace="sw").stdout
         self.check("dhcp6snooping" not in rules, "stopping the daemon leaves no rule of its own", rules)
         return self.failures
@@ -217,6 +227,45 @@ class Scenario:
         self.check(blocked.returncode != 0, "a forged source address on the guarded port is dropped", blocked.stdout)
         self.run("ip", "addr", "del", forged + "/128", "dev", "eth0", namespace="c1")
 
+    def daemon_rss_kb(self):
+        status = Path(f"/proc/{self.processes['daemon'].pid}/status").read_text()
+        return int(next(l.split()[1] for l in status.splitlines() if l.startswith("VmRSS:")))
+
+    def daemon_cpu_seconds(self):
+        fields = Path(f"/proc/{self.processes['daemon'].pid}/stat").read_text().rsplit(")", 1)[1].split()
+        return (int(fields[11]) + int(fields[12])) / os.sysconf("SC_CLK_TCK")  # utime + stime
+
+    def replay(self, pcap, limit=None):
+        command = ["tcpreplay", "-i", "eth0", "--topspeed"] + (["-L", str(limit)] if limit else []) + [str(pcap)]
+        return self.run(*command, namespace="rogue", check=False)
+
+    def flood(self):
+        """SOLICITs from random MACs flood swp4 while dhclient confirms its lease on swp2."""
+        count = int(os.environ.get("D6S_FLOOD_FRAMES", "1000000"))
+        pcap = self.work / "flood.pcap"
+        self.run(self.flood_tool, str(pcap), str(count))
+        self.stop("rogue")
+        self.ctl("config", "interface ethernet swp4", "dhcpv6-snooping max-clients 64", "exit")
+        self.replay(pcap, limit=min(count, 100000))  # the ring and the client pool touched once
+        before, cpu_before = self.daemon_rss_kb(), self.daemon_cpu_seconds()
+        client = subprocess.Popen(("ip", "netns", "exec", PREFIX + "c1", "timeout", "60", "dhclient", "-6", "-1",
+                                   "-lf", str(self.work / "c1.leases"), "-pf", str(self.work / "c1.pid"), "eth0"),
+                                  stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+        sent = self.replay(pcap)
+        confirmed = client.wait()
+        after, cpu = self.daemon_rss_kb(), self.daemon_cpu_seconds() - cpu_before
+        rated = [l.strip() for l in sent.stdout.splitlines() if l.strip().startswith(("Actual", "Rated"))]
+        print("flood: " + " / ".join(rated), flush=True)
+        print(f"flood: the daemon used {cpu:.2f} s of CPU, system calls included: "
+              f"{count / cpu if cpu else float('inf'):.0f} frames a second of its one core", flush=True)
+        self.check(sent.returncode == 0, f"{count} SOLICITs from random MACs are replayed into swp4", sent.stderr)
+        swp4 = next(p for p in self.ctl("show", "ports", json_output=True) if p["name"] == "swp4")
+        self.check(swp4["clients"] == 64, "the port's client limit holds under the flood", swp4)
+        self.check(confirmed == 0 and self.mac("c1") in self.clients(),
+                   "the real client on swp2 keeps its lease through the flood", confirmed)
+        self.check(after - before < 2048, "the daemon's memory stays flat under the flood",
+                   f"{before} kB before, {after} kB after")
+
     def removals(self):
         """A RELEASE removes its client, and so does a port's link going down."""
         c1_mac, c2_mac = self.mac("c1"), self.mac("c2")
@@ -238,7 +287,7 @@ class Scenario:
 
 
 def main():
-    if len(sys.argv) != 3:
+    if len(sys.argv) not in (3, 4):
         print(__doc__, file=sys.stderr)
         return 2
     if os.geteuid() != 0 or subprocess.run(("ip", "netns", "add", PREFIX + "probe"), capture_output=True).returncode:
@@ -246,7 +295,8 @@ def main():
         return SKIP
     subprocess.run(("ip", "netns", "del", PREFIX + "probe"), capture_output=True)
     with tempfile.TemporaryDirectory(prefix="d6s-e2e-") as work:
-        scenario = Scenario(os.path.abspath(sys.argv[1]), os.path.abspath(sys.argv[2]), work)
+        flood_tool = os.path.abspath(sys.argv[3]) if len(sys.argv) == 4 else None
+        scenario = Scenario(os.path.abspath(sys.argv[1]), os.path.abspath(sys.argv[2]), work, flood_tool)
         try:
             failures = scenario.scenario()
         finally:
