@@ -7,6 +7,7 @@
 
 #include "core/SharedTypes.h"
 #include "mgmt/PortVlanSettings.h"
+#include "mgmt_protocol/RemoteCallNumbers.h"
 #include "relay_option/InfoOptionConfig.h"
 #include "source_guard/StaticBindings.h"
 
@@ -15,18 +16,7 @@ namespace {
 
 using nlohmann::json;
 
-enum Call : uint32_t {
-    kBindingCount = 6252,
-    kGetGuardMode = 6262,
-    kClientWalk = 6265,
-    kPortMaxClientsGet = 6266,
-    kVlanMaxClientsGet = 6267,
-    kPortTrustGet = 6269,
-    kGlobalInfoGet = 6270,
-    kBindingPage = 6277,
-    kExemptVlansGet = 6278,
-    kInfoOptionGet = 6280,
-};
+using namespace mgmt;  // NOLINT(google-build-using-namespace): the remote-call numbers
 
 constexpr uint32_t kHighestVlan = 4094;
 constexpr uint32_t kDefaultMaxClients = 2048;

@@ -16,13 +16,12 @@
 #include "DaemonLink.h"
 #include "Views.h"
 #include "mgmt_protocol/ConfigInterpreter.h"
+#include "mgmt_protocol/RemoteCallNumbers.h"
 #include "snooping/BulkRemoval.h"
 
 namespace {
 
 constexpr char kDefaultSocket[] = "/run/dhcp6snooping/mgmt.sock";
-constexpr uint32_t kDeleteClients = 6273;
-constexpr uint32_t kResetConfig = 6274;
 constexpr int kRefused = 1;
 constexpr int kUsage = 2;
 
@@ -198,7 +197,7 @@ int clearClients(const Options &options) {
         }
         selector.portIndex = *port;
     }
-    daemon.require(kDeleteClients, {ctl::bytesOf(selector)}, "clearing the clients");
+    daemon.require(mgmt::kDeleteClients, {ctl::bytesOf(selector)}, "clearing the clients");
     return 0;
 }
 
@@ -206,7 +205,7 @@ int reset(const Options &options) {
     if (options.words.size() != 1) {
         throw UsageError("reset takes no arguments");
     }
-    ctl::DaemonLink(options.socket).require(kResetConfig, {}, "the reset");
+    ctl::DaemonLink(options.socket).require(mgmt::kResetConfig, {}, "the reset");
     return 0;
 }
 

@@ -14,23 +14,12 @@
 #include <stdexcept>
 
 #include "core/SharedTypes.h"
+#include "mgmt_protocol/RemoteCallNumbers.h"
 #include "platform/SwitchHelperApi.h"
 #include "relay_option/InfoOptionConfig.h"
 
 namespace mgmt {
 namespace {
-
-enum RemoteCall : uint32_t {
-    kStartSnooping = 6250,
-    kAddBinding = 6253,
-    kSetGuardMode = 6260,
-    kSetPortTrust = 6261,
-    kSetPortMaxClients = 6263,
-    kSetVlanMaxClients = 6264,
-    kSetFastRemove = 6271,
-    kConfigureExemptVlans = 6279,
-    kSetInfoOption = 6281,
-};
 
 constexpr uint32_t kExemptVlansAdd = 0;
 constexpr uint32_t kHighestVlan = 4094;

@@ -263,6 +263,7 @@ class Scenario:
         self.check(swp4["clients"] == 64, "the port's client limit holds under the flood", swp4)
         self.check(confirmed == 0 and self.mac("c1") in self.clients(),
                    "the real client on swp2 keeps its lease through the flood", confirmed)
+        print(f"flood: the daemon's resident memory {before} kB before, {after} kB after", flush=True)
         self.check(after - before < 2048, "the daemon's memory stays flat under the flood",
                    f"{before} kB before, {after} kB after")
 
