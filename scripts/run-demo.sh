@@ -11,7 +11,7 @@ if [ "$(id -u)" -eq 0 ] && ip netns add d6s-probe 2>/dev/null; then
   ip netns del d6s-probe
   echo "== the daemon on a Linux bridge: Kea, dhclient, dhcpcd and a rogue server in network namespaces =="
   /usr/bin/python3 tests/e2e/linux_bridge_e2e.py build/apps/dhcp6snooping/dhcp6snooping \
-    build/apps/dhcp6snoopingctl/dhcp6snoopingctl
+    build/apps/dhcp6snoopingctl/dhcp6snoopingctl build/tests/make_solicit_flood
 else
   echo "== no root or no network namespaces here: the Linux bridge scenario is left out =="
 fi
