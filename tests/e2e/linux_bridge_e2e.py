@@ -4,8 +4,9 @@ server behind trusted port swp1, dhclient (addresses) behind swp2, dhcpcd (a del
 and a rogue server behind swp4, each in a namespace of its own. Every check prints "ok" or "FAIL"; the exit
 status is 1 when any failed, and 77 when this machine cannot run the test (not root, no namespaces).
 
-D6S_E2E_TRACE=on writes the daemon's trace into its log. With FLOOD_TOOL it also floods an untrusted port with SOLICITs from random MACs (D6S_FLOOD_FRAMES of them,
-a million by default) while a real client confirms its lease on another port, and reports the daemon's rate.
+D6S_E2E_TRACE=on writes the daemon's trace into its log. With FLOOD_TOOL it also floods an untrusted port
+with SOLICITs from random MACs (D6S_FLOOD_FRAMES of them, a million by default) while a real client
+confirms its lease on another port, and reports the daemon's rate.
 
 usage: linux_bridge_e2e.py DAEMON CTL [FLOOD_TOOL]"""
 
