@@ -9,11 +9,12 @@
 #include "FrameTagging.h"
 #include "HostState.h"
 #include "NftFilterService.h"
-#include "UdpChecksum.h"
 #include "platform/SmdPacketApi.h"
 #include "platform/SwitchHelperApi.h"
 #include "platform_support/FrameLayout.h"
 #include "platform_support/PortListBits.h"
+#include "platform_support/Udp6Checksum.h"
+#include "platform_support/WireFormat.h"
 
 namespace hostplatform {
 namespace {
@@ -27,8 +28,6 @@ constexpr size_t kLargestFrame = 9216;
 constexpr size_t kUntaggedEtherTypeOffset = 12;
 constexpr uint16_t kKindPlain = 0;
 constexpr uint16_t kKindTagged = 1;
-constexpr uint8_t kUdpProtocol = 17;
-constexpr size_t kEtherTypeBytes = 2;
 
 PacketRegistration *registrationFor(const PktMatchDescriptor &descriptor) {
     auto &registrations = host().registrations;
@@ -91,8 +90,9 @@ void deliverFrame(void * /*context*/, const ReceivedFrame &received) {
     alignas(4) static std::array<uint8_t, kLargestFrame + 2> storage;
     uint8_t *frame = storage.data() + 2;
     std::memcpy(frame, received.bytes.data(), received.bytes.size());
-    if (received.checksumPending && layout->ipProtocol == kUdpProtocol &&
-        !completeUdpChecksum({frame, received.bytes.size()}, layout->etherTypeOffset + kEtherTypeBytes)) {
+    if (received.checksumPending && layout->ipProtocol == platform_support::kIpProtocolUdp &&
+        !platform_support::completeUdpChecksum({frame, received.bytes.size()},
+                                               layout->etherTypeOffset + sizeof(uint16_t))) {
         return;
     }
     PktRecvTag tag{};

@@ -6,6 +6,7 @@
 #include <stdexcept>
 #include <string>
 
+#include "platform_support/Udp6Checksum.h"
 #include "platform_support/WireFormat.h"
 
 namespace switchsim {
@@ -20,30 +21,7 @@ void put16(Bytes &bytes, uint16_t value) {
     bytes.push_back(static_cast<uint8_t>(value));
 }
 
-uint32_t sumWords(const uint8_t *bytes, size_t length) {
-    uint32_t sum = 0;
-    for (size_t i = 0; i + 1 < length; i += 2) {
-        sum += static_cast<uint32_t>(bytes[i] << 8 | bytes[i + 1]);
-    }
-    if (length % 2 != 0) {
-        sum += static_cast<uint32_t>(bytes[length - 1] << 8);
-    }
-    return sum;
-}
-
 }  // namespace
-
-uint16_t udp6Checksum(const Ipv6Bytes &source, const Ipv6Bytes &destination, const uint8_t *datagram,
-                      uint32_t length) {
-    uint64_t sum = sumWords(source.data(), source.size()) + sumWords(destination.data(), destination.size());
-    sum += (length >> 16) + (length & 0xFFFF) + kIpProtocolUdp;
-    sum += sumWords(datagram, length);
-    while (sum > 0xFFFF) {
-        sum = (sum & 0xFFFF) + (sum >> 16);
-    }
-    const auto checksum = static_cast<uint16_t>(~sum);
-    return checksum == 0 ? 0xFFFF : checksum;
-}
 
 Bytes buildUdp6Frame(const Udp6Frame &frame) {
     const size_t udpLength = kUdpHeaderSize + frame.payload.size();
@@ -64,16 +42,12 @@ Bytes buildUdp6Frame(const Udp6Frame &frame) {
     bytes.push_back(kHopLimit);
     bytes.insert(bytes.end(), frame.sourceIp.begin(), frame.sourceIp.end());
     bytes.insert(bytes.end(), frame.destinationIp.begin(), frame.destinationIp.end());
-    const size_t udp = ip + kIpv6HeaderSize;
     put16(bytes, frame.sourcePort);
     put16(bytes, frame.destinationPort);
     put16(bytes, static_cast<uint16_t>(udpLength));
     put16(bytes, 0);
     bytes.insert(bytes.end(), frame.payload.begin(), frame.payload.end());
-    const uint16_t checksum = udp6Checksum(frame.sourceIp, frame.destinationIp, bytes.data() + udp,
-                                           static_cast<uint32_t>(udpLength));
-    bytes[udp + kUdpChecksumOffset] = static_cast<uint8_t>(checksum >> 8);
-    bytes[udp + kUdpChecksumOffset + 1] = static_cast<uint8_t>(checksum);
+    completeUdpChecksum(bytes, ip);
     return bytes;
 }
 

@@ -6,8 +6,8 @@
 
 #include "FrameTagging.h"
 #include "HostSettings.h"
-#include "UdpChecksum.h"
 #include "gtest/gtest.h"
+#include "platform_support/Udp6Checksum.h"
 
 namespace hostplatform {
 namespace {
@@ -69,7 +69,7 @@ TEST(UdpChecksum, APendingChecksumIsCompletedAsTheSenderWouldHave) {
         auto frame = kScapySolicit;
         frame[kChecksumOffset] = static_cast<uint8_t>(pending >> 8U);
         frame[kChecksumOffset + 1] = static_cast<uint8_t>(pending & 0xFFU);
-        EXPECT_TRUE(completeUdpChecksum(frame, kIpOffset));
+        EXPECT_TRUE(platform_support::completeUdpChecksum(frame, kIpOffset));
         EXPECT_EQ(frame, kScapySolicit) << "from " << pending;
     }
 }
@@ -80,11 +80,11 @@ TEST(UdpChecksum, AFrameShorterThanItsHeadersSayIsLeftAlone) {
     auto cut = std::vector<uint8_t>(kScapySolicit.begin(), kScapySolicit.begin() + kIpOffset + 40 + 7);
     for (auto *frame : {&longer, &cut}) {
         const auto before = *frame;
-        EXPECT_FALSE(completeUdpChecksum(*frame, kIpOffset));
+        EXPECT_FALSE(platform_support::completeUdpChecksum(*frame, kIpOffset));
         EXPECT_EQ(*frame, before);
     }
     auto whole = kScapySolicit;
-    EXPECT_FALSE(completeUdpChecksum(whole, whole.size() + 1));
+    EXPECT_FALSE(platform_support::completeUdpChecksum(whole, whole.size() + 1));
 }
 
 }  // namespace

@@ -22,10 +22,6 @@ struct Udp6Frame {
 
 Bytes buildUdp6Frame(const Udp6Frame &frame);
 
-// The UDP checksum over IPv6 of a datagram (header and payload as in the frame) between two addresses.
-uint16_t udp6Checksum(const Ipv6Bytes &source, const Ipv6Bytes &destination, const uint8_t *datagram,
-                      uint32_t length);
-
 // Parses an IPv6 address text; throws std::invalid_argument when it is not one.
 Ipv6Bytes ipv6(const char *text);
 // Parses "aa:bb:cc:dd:ee:ff"; throws std::invalid_argument when it is not a MAC address.
