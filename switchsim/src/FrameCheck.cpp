@@ -104,11 +104,17 @@ std::optional<std::string> optionsFault(std::span<const uint8_t> message, size_t
     return std::nullopt;
 }
 
-std::optional<std::string> dhcp6Fault(std::span<const uint8_t> message, size_t base) {
+// Whether the frame is read whole, or as the daemon must keep a frame it sends (see sentFrameFault).
+enum class Reading { whole, sent };
+
+std::optional<std::string> dhcp6Fault(std::span<const uint8_t> message, size_t base, Reading reading) {
     if (message.empty()) {
         return "the UDP datagram carries no DHCPv6 message";
     }
     const uint8_t type = message[0];
+    if (reading == Reading::sent && type == kRelayForward) {
+        return std::nullopt;
+    }
     const size_t header = type == kRelayForward || type == kRelayReply ? kRelayHeader : kMessageHeader;
     if (message.size() < header) {
         std::string fault = "DHCPv6 message type ";
@@ -123,7 +129,7 @@ std::optional<std::string> dhcp6Fault(std::span<const uint8_t> message, size_t b
     return optionsFault(message, header, base);
 }
 
-std::optional<std::string> udpFault(std::span<const uint8_t> ip, size_t base) {
+std::optional<std::string> udpFault(std::span<const uint8_t> ip, size_t base, Reading reading) {
     const std::span<const uint8_t> datagram = ip.subspan(kIpv6Header);
     if (datagram.size() < kUdpHeader) {
         std::string fault = "the IPv6 payload of ";
@@ -152,12 +158,10 @@ std::optional<std::string> udpFault(std::span<const uint8_t> ip, size_t base) {
         fault += hex16(expected);
         return fault;
     }
-    return dhcp6Fault(datagram.subspan(kUdpHeader), base + kIpv6Header + kUdpHeader);
+    return dhcp6Fault(datagram.subspan(kUdpHeader), base + kIpv6Header + kUdpHeader, reading);
 }
 
-}  // namespace
-
-std::optional<std::string> frameFault(std::span<const uint8_t> frame) {
+std::optional<std::string> fault(std::span<const uint8_t> frame, Reading reading) {
     if (frame.size() < kEthernetHeader) {
         std::string fault = "a frame of ";
         fault += number(frame.size());
@@ -210,7 +214,17 @@ std::optional<std::string> frameFault(std::span<const uint8_t> frame) {
         fault += " bytes follow the IPv6 header";
         return fault;
     }
-    return udpFault(ip, ipAt);
+    return udpFault(ip, ipAt, reading);
+}
+
+}  // namespace
+
+std::optional<std::string> frameFault(std::span<const uint8_t> frame) {
+    return fault(frame, Reading::whole);
+}
+
+std::optional<std::string> sentFrameFault(std::span<const uint8_t> frame) {
+    return fault(frame, Reading::sent);
 }
 
 }  // namespace switchsim

@@ -35,7 +35,7 @@ void checkSent(const SimState &sim, const char *call, std::span<const uint8_t> f
     if (sim.sendCheck != SendCheck::always && sim.sendCheck != SendCheck::handlingSoundFrame) {
         return;
     }
-    const auto fault = frameFault(frame);
+    const auto fault = sentFrameFault(frame);
     if (!fault) {
         return;
     }

@@ -158,6 +158,19 @@ TEST(FrameCheckTest, BuiltFramesAreSoundAndEachMutationIsNamed) {
     }
 }
 
+// The daemon reads a relay message's options from byte 4, as every message's, and edits a RELAY_FORWARD
+// that way: of one it sends, only the lengths and the checksum are held to the wire format.
+TEST(FrameCheckTest, SentRelayForwardIsHeldToItsLengthsAndChecksumOnly) {
+    const Bytes cut = Bytes(3);  // an option header cut short
+    const Bytes relayForward = buildDhcp6Frame(fromClient(RELAY_FORWARD, kClient, cut)).bytes;
+    const Bytes reply = buildDhcp6Frame(fromServer(REPLY, kServer, kClient, cut)).bytes;
+    EXPECT_THAT(switchsim::frameFault(relayForward), Optional(HasSubstr("too few for an option header")));
+    EXPECT_EQ(switchsim::sentFrameFault(relayForward), std::nullopt);
+    EXPECT_THAT(switchsim::sentFrameFault(changed(relayForward, [](Bytes &f) { f.push_back(0); })),
+                Optional(HasSubstr("IPv6 payload length")));
+    EXPECT_THAT(switchsim::sentFrameFault(reply), Optional(HasSubstr("too few for an option header")));
+}
+
 constexpr uint32_t kVlan = 10;
 
 // The stand-in daemon: what it does with each frame it is handed, and at each timer tick.

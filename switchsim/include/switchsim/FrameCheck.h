@@ -16,4 +16,10 @@ namespace switchsim {
 // Nothing when the frame is a sound DHCPv6 frame; otherwise the first thing wrong with it, in words.
 std::optional<std::string> frameFault(std::span<const uint8_t> frame);
 
+// What the daemon is held to in a frame it sends after a sound one: all of frameFault, except the options of
+// a RELAY_FORWARD, of which only the lengths and the checksum are its promise. The daemon reads the options
+// of every message from byte 4, a relay message's included, and adds options 18 and 37 to a RELAY_FORWARD
+// that way: an option it replaces may lie where the relay layout has its link and peer addresses.
+std::optional<std::string> sentFrameFault(std::span<const uint8_t> frame);
+
 }  // namespace switchsim
