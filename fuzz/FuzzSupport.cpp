@@ -66,6 +66,7 @@ void resetAll(bool filtersMustBeGone) {
     for (uint32_t vlan = 0; vlan < kVlanTableSize; ++vlan) {
         operate_no_ip6_source_guard_vlan(vlan, 0);
     }
+    ip6_source_guard_vlan_filters_release();
     ip6v6_source_guard_bind_for_snmp_delete_all();
     dhcp6snoopingFastRemoveCfg(1);
     for (const bool interfaceId : {false, true}) {
@@ -151,9 +152,11 @@ DaemonState daemonState(const switchsim::Switch &sw) {
          ...);
     };
     add(dhcp6snoopingOnOff, dhcp6snoopingPortDownAction, portTrustMode, portIpSourceGuardMode, portMaxNum,
-        portClientCount, vlanMaxNum, vlanClientCount, ipv6SourceGuardDisabledVlan, infoOptionConfig,
-        staticBindCount, staticBindRowTable);
-    return {runningConfig(), tables, sw.installedFilters()};
+        portClientCount, vlanMaxNum, vlanClientCount, infoOptionConfig, staticBindCount, staticBindRowTable);
+    return {
+        runningConfig(), tables,
+        std::vector<uint32_t>(std::begin(ipv6SourceGuardDisabledVlan), std::end(ipv6SourceGuardDisabledVlan)),
+        sw.installedFilters()};
 }
 
 bool clientTableConsistent() {

@@ -115,10 +115,11 @@ std::string runningConfig();
 
 // Everything a setting operation, a remote call or a MIB request may change, as one value: the running
 // configuration, the bytes of the settings tables, the client counts, the relay option record and the MIB
-// binding rows, and the filters that `sw` holds.
+// binding rows, the exempt-VLAN flags, and the filters that `sw` holds.
 struct DaemonState {
     std::string runningConfig;
     std::vector<uint8_t> tables;
+    std::vector<uint32_t> exemptVlans;
     std::vector<switchsim::Filter> filters;
     bool operator==(const DaemonState &) const = default;
 };

@@ -7,6 +7,7 @@
 // template text (a length byte and the text), then messages: type, port, and options as (code, length byte,
 // data), ended by a code of 0xFFFF.
 
+#include "FilterInvariant.h"
 #include "FuzzSupport.h"
 #include "mgmt/PortVlanSettings.h"
 #include "relay_option/InfoOptionConfig.h"
@@ -59,6 +60,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
         const switchsim::MacAddress client = {2, 0, 0, 0, 0, static_cast<uint8_t>(n + 1)};
         sw.queueFrame(port, 1, dhcp6::buildDhcp6Frame(dhcp6::fromClient(type, client, options(input))).bytes);
         serve();
+        requireInvariant("after a client message");
     }
     resetAll(/*filtersMustBeGone=*/true);
     return 0;

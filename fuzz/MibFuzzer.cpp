@@ -1,6 +1,7 @@
 // MIB requests straight to the daemon's handlers, as an agent might hand them over or worse: any object,
 // any mode, any instance and any value of any length. No request crashes the daemon, a test never changes
-// its state, and neither does a set that a handler refuses.
+// its state, and neither does a set that a handler refuses; after every request the switch holds exactly
+// the filters the daemon's state implies.
 //
 // An input is a run of requests, each:
 //   object  byte % 28
@@ -9,6 +10,7 @@
 //   value   kind byte: even an integer (a length byte % 9, then a 32-bit value), odd octets (a length
 //           byte, then that many bytes)
 
+#include "FilterInvariant.h"
 #include "FuzzSupport.h"
 #include "mib/MibRegistry.h"
 #include "switchsim/MibAgent.h"
@@ -50,6 +52,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
         const switchsim::MibResult result = switchsim::mibRequest(sw, mode, oid, carried);
         require((mode != MIB_MODE_TEST && (mode != MIB_MODE_SET || result.code == 0)) ||
                 daemonState(sw) == before);
+        requireInvariant("after a MIB request");
     }
     resetAll(/*filtersMustBeGone=*/true);
     return 0;

@@ -14,12 +14,15 @@
 //   7 failure     what, count
 //   8 bulk        kind, argument
 //   9 VLAN reset  VLAN
-// After every input the client table must keep its promises (see clientTableConsistent).
+// Until a failure is planned, the switch must hold exactly the filters the daemon's state implies after
+// every operation, and none after the reset; after every input the client table must keep its promises
+// (see clientTableConsistent).
 
 #include <algorithm>
 #include <array>
 #include <memory>
 
+#include "FilterInvariant.h"
 #include "FuzzSupport.h"
 #include "mgmt/PortVlanSettings.h"
 #include "snooping/Dhcp6Snooping.h"
@@ -66,7 +69,10 @@ void deliverFrame(Input &input) {
     const uint32_t vlan = vlanOf(input.byte());
     const uint8_t flags = input.byte();
     const uint16_t kind = (flags & 0x20) != 0 ? 2 : ((flags & 0x10) != 0 ? 1 : 0);
-    const PktRecvInfo info{.etherTypeOffset = 12, .payloadOffset = input.byte(), .frameKind = kind};
+    PktRecvInfo info{};
+    info.etherTypeOffset = 12;
+    info.payloadOffset = input.byte();
+    info.frameKind = kind;
     const auto [bytes, length] = input.take(input.be16());
     const auto buffer = std::make_unique<uint8_t[]>(length + 2);
     uint8_t *frame = std::copy_n(bytes, length, buffer.get() + 2) - length;
@@ -107,7 +113,8 @@ void planFailure(Input &input) {
     }
 }
 
-void apply(Input &input) {
+// Returns whether the operation planned a failure, after which filters may rightly be missing or left over.
+bool apply(Input &input) {
     using Operation = void (*)(Input &);
     static constexpr Operation kOperations[] = {
         deliverFrame,
@@ -138,7 +145,9 @@ void apply(Input &input) {
             dhcp6snooping_vlan_reset(&vlans);
         },
     };
-    kOperations[input.byte() % std::size(kOperations)](input);
+    const Operation operation = kOperations[input.byte() % std::size(kOperations)];
+    operation(input);
+    return operation == planFailure;
 }
 
 }  // namespace
@@ -147,12 +156,14 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     fuzzSwitch();
     Input input(data, size);
     addBindings(input.byte());
+    bool failurePlanned = false;
     while (!input.empty()) {
-        apply(input);
+        failurePlanned = apply(input) || failurePlanned;
+        if (!failurePlanned) {
+            requireInvariant("after an operation");
+        }
     }
     require(clientTableConsistent());
-    // A RELEASE that comes in on another port than its client's leaves the filter to that port's guard
-    // mode, so frames from anywhere may leave filters behind; the source-guard sequence target checks them.
-    resetAll(/*filtersMustBeGone=*/false);
+    resetAll(/*filtersMustBeGone=*/!failurePlanned);
     return 0;
 }

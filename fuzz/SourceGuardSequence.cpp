@@ -1,9 +1,8 @@
 #include "SourceGuardSequence.h"
 
 #include <bit>
-#include <cstring>
-#include <set>
 
+#include "FilterInvariant.h"
 #include "core/GlobalState.h"
 #include "mgmt/PortVlanSettings.h"
 #include "snooping/ClientTable.h"
@@ -120,82 +119,6 @@ void step(Input &input) {
     kSteps[input.byte() % std::size(kSteps)](input);
 }
 
-// The filter forwarding `address`, from `mac` when there is one, on `port` in `vlan`.
-Filter forwardFilter(const uint8_t (&address)[16], const uint8_t *mac, uint32_t port, uint32_t vlan) {
-    std::optional<MacAddress> from;
-    if (mac != nullptr) {
-        from = MacAddress{};
-        std::memcpy(from->data(), mac, from->size());
-    }
-    return Filter::forward(std::bit_cast<Ipv6Bytes>(address), from, port, vlan);
-}
-
-bool guarded(uint32_t port) {
-    return ip6_source_guard_port_enabled(port) != 0;
-}
-
-// What the switch must hold for the daemon's state as it is now.
-std::set<Filter> impliedFilters() {
-    std::set<Filter> filters;
-    if (dhcp6snoopingOnOff == 1) {
-        filters.insert({Filter::dhcp6Trap(), Filter::neighbourDiscovery()});
-    }
-    for (uint32_t port = 1; port <= kPorts; ++port) {
-        if (guarded(port)) {
-            filters.insert(Filter::denyAll(port));
-        }
-    }
-    for (const StaticBindEntry *binding = staticBindList.next; binding != &staticBindList;
-         binding = binding->next) {
-        if (binding->port != 0 && guarded(binding->port)) {
-            filters.insert(forwardFilter(binding->ip, binding->mac, binding->port, binding->vlan));
-        } else if (binding->port == 0 && ip6_source_guard_any_port_enabled() != 0) {
-            filters.insert(
-                forwardFilter(binding->ip, macIsZero(binding->mac) ? nullptr : binding->mac, 0, 0));
-        }
-    }
-    for (const ClientEntry *entry = clientFirst(); entry != nullptr; entry = clientAfter(entry->mac)) {
-        for (uint32_t i = 0; i < entry->addresses.count; ++i) {
-            const ClientAddress &record = *addressAt(entry->addresses, i);
-            if (record.prefixLength == kAddressPrefixLength && guarded(entry->portIndex) &&
-                staticBindCovers(entry->mac, record.address) == 0) {
-                filters.insert(forwardFilter(record.address, entry->mac, entry->portIndex, entry->vlanId));
-            }
-        }
-    }
-    for (uint32_t vlan = kFirstVlan; vlan <= kLastVlan; ++vlan) {
-        if (no_ip6_source_guard_vlan_get(vlan) == 1) {
-            filters.insert(Filter::exemptVlan(vlan));
-        }
-    }
-    return filters;
-}
-
-// The filters of `from` that `other` lacks, each in brackets.
-std::string lacking(const std::set<Filter> &from, const std::set<Filter> &other) {
-    std::string text;
-    for (const Filter &filter : from) {
-        if (!other.contains(filter)) {
-            text.append(" [").append(filter.text()).append("]");
-        }
-    }
-    return text;
-}
-
-std::optional<std::string> mismatch(const std::string &when) {
-    const std::vector<Filter> installed = fuzzSwitch().installedFilters();
-    const std::set<Filter> held(installed.begin(), installed.end());
-    const std::set<Filter> implied = impliedFilters();
-    if (held != implied) {
-        return when + ": the switch holds" + lacking(held, implied) + " too many, and lacks" +
-               lacking(implied, held);
-    }
-    if (!clientTableConsistent()) {
-        return when + ": the client table and its counts disagree (see clientTableConsistent)";
-    }
-    return std::nullopt;
-}
-
 }  // namespace
 
 std::optional<std::string> playSourceGuardSequence(Input &input) {
@@ -205,7 +128,7 @@ std::optional<std::string> playSourceGuardSequence(Input &input) {
     std::optional<std::string> failure;
     for (uint32_t number = 1; !input.empty() && !failure; ++number) {
         step(input);
-        failure = mismatch("after step " + std::to_string(number));
+        failure = invariantBroken("after step " + std::to_string(number));
     }
     resetAll(/*filtersMustBeGone=*/!failure);
     return failure;

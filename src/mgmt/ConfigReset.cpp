@@ -89,7 +89,10 @@ extern "C" int32_t dhcp6snooping_reset_config(void) {
     for (VlanId vlan = kFirstVlan; vlan <= kLastVlan; ++vlan) {
         vlanBitmapAdd(requested, vlan);
     }
-    if (ip6_source_guard_vlanlist_config(kExemptVlansRemove, &requested, &failed) != 0) {
+    const int32_t vlansReleased = ip6_source_guard_vlanlist_config(kExemptVlansRemove, &requested, &failed);
+    // A filter whose flag was cleared without the service being asked has no owner left but the reset.
+    ip6_source_guard_vlan_filters_release();
+    if (vlansReleased != 0) {
         for (VlanId vlan = kFirstVlan; vlan <= kLastVlan; ++vlan) {
             if (vlanBitmapHas(failed, vlan)) {
                 vosPrintf(kVlanNotReleased, static_cast<int>(vlan));

@@ -157,7 +157,9 @@ ClientEntry *clientAfter(const uint8_t *mac) {
 
 void clientForgetBindingFilter(const ClientEntry &entry, const ClientAddress &record,
                                PortIndex guardPortIndex) {
-    if (bindingHasFilter(entry, record, guardPortIndex)) {
+    // A RELEASE that comes in on an unguarded port, a trusted uplink say, must not leave the filter of the
+    // client's guarded port without its binding.
+    if (bindingHasFilter(entry, record, guardPortIndex) || bindingHasFilter(entry, record, entry.portIndex)) {
         bindingFilterRemove(entry, record);
     }
 }

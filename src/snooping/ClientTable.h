@@ -71,8 +71,9 @@ void clientForgetBindingFilter(const ClientEntry &entry, const ClientAddress &re
 
 // Forgets one binding of `entry`, in the order every path that removes a single binding keeps: its filter
 // first, when it has one (the guard mode of port `guardPortIndex` deciding: the client's recorded port, or
-// the receiving port of a RELEASE or DECLINE), then `announce(record)` for the caller's trace line, then the
-// record itself, which is freed.
+// the receiving port of a RELEASE or DECLINE; a filter that the recorded port's guard installed goes with
+// the binding whatever the receiving port says), then `announce(record)` for the caller's trace line, then
+// the record itself, which is freed.
 template <typename Announce>
 void clientForgetBinding(ClientEntry &entry, ClientAddress &record, PortIndex guardPortIndex,
                          Announce announce) {

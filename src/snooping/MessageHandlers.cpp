@@ -147,7 +147,8 @@ void handleRelease(const MessageContext &context) {
                 if (known == nullptr) {
                     continue;
                 }
-                // The guard mode of the port the message came in on decides, not that of the recorded port.
+                // The guard mode of the port the message came in on decides, and the recorded port's filter
+                // goes along with the binding.
                 clientForgetBinding(*entry, *known, context.port, [&](const ClientAddress &) {
                     if (dhcp6snoopingTraceOn()) {
                         dhcp6snooping_debug_printf(kReleased, nameOf(context), macText(mac).text);

@@ -29,4 +29,12 @@ int32_t no_ip6_source_guard_vlanlist_get(VlanBitmap *vlans);
 int32_t no_ip6_source_guard_vlan_get(uint32_t vlanId);
 // Stores the flag as given, asking the filter service for nothing. 0, or -1 for a VLAN id above 4095.
 int32_t operate_no_ip6_source_guard_vlan(uint32_t vlanId, uint32_t flag);
+
+// 1 while the filter service holds the VLAN's filter for the daemon (it last answered 0 to installing it and
+// has not since answered 0 to removing it), else 0. A flag can be stored without asking the service, so the
+// flags alone do not say which filters the daemon owns.
+uint32_t ip6_source_guard_vlan_filter_held(uint32_t vlanId);
+// Asks the service to remove every filter it holds for a VLAN whose flag is 0, so that none is left without
+// an owner. Returns the number the service removed.
+int32_t ip6_source_guard_vlan_filters_release(void);
 }

@@ -118,7 +118,7 @@ int32_t ip6_source_guard_client_filters_remove(uint32_t port) {
 }
 
 int32_t ip6_source_guard_bind_filters_install(uint32_t port, uint32_t everyPort) {
-    for (const StaticBindEntry *binding = staticBindList.prev; binding != &staticBindList;
+    for (StaticBindEntry *binding = staticBindList.prev; binding != &staticBindList;
          binding = binding->prev) {
         if (bindingServes(*binding, port, everyPort)) {
             staticBindFilterInstall(*binding);
@@ -128,7 +128,7 @@ int32_t ip6_source_guard_bind_filters_install(uint32_t port, uint32_t everyPort)
 }
 
 int32_t ip6_source_guard_bind_filters_remove(uint32_t port, uint32_t everyPort) {
-    for (const StaticBindEntry *binding = staticBindList.next; binding != &staticBindList;
+    for (StaticBindEntry *binding = staticBindList.next; binding != &staticBindList;
          binding = binding->next) {
         if (bindingServes(*binding, port, everyPort)) {
             staticBindFilterRemove(*binding);

@@ -22,12 +22,16 @@ uint32_t staticBindFilterKind(const StaticBindEntry &binding) {
     return macIsZero(binding.mac) ? FILTER_GLOBAL_IP : FILTER_GLOBAL_IP_MAC;
 }
 
-void staticBindFilterInstall(const StaticBindEntry &binding) {
-    dhcp6snoopingFilterInstall(staticBindFilterKind(binding), addressOf(binding), binding.mac, binding.port,
-                               binding.vlan);
+void staticBindFilterInstall(StaticBindEntry &binding) {
+    if (dhcp6snoopingFilterInstall(staticBindFilterKind(binding), addressOf(binding), binding.mac,
+                                   binding.port, binding.vlan) == 0) {
+        binding.filterInstalled = 1;
+    }
 }
 
-void staticBindFilterRemove(const StaticBindEntry &binding) {
-    dhcp6snoopingFilterRemove(staticBindFilterKind(binding), addressOf(binding), binding.mac, binding.port,
-                              binding.vlan);
+void staticBindFilterRemove(StaticBindEntry &binding) {
+    if (dhcp6snoopingFilterRemove(staticBindFilterKind(binding), addressOf(binding), binding.mac,
+                                  binding.port, binding.vlan) == 0) {
+        binding.filterInstalled = 0;
+    }
 }

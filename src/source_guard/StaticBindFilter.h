@@ -7,7 +7,7 @@
 // The filter kind of a binding.
 uint32_t staticBindFilterKind(const StaticBindEntry &binding);
 
-// Ask the filter service for the binding's filter, or to take it away; failures are traced by the filter
-// layer and otherwise ignored.
-void staticBindFilterInstall(const StaticBindEntry &binding);
-void staticBindFilterRemove(const StaticBindEntry &binding);
+// Ask the filter service for the binding's filter, or to take it away, and remember whether the service
+// holds it; failures are traced by the filter layer and otherwise ignored.
+void staticBindFilterInstall(StaticBindEntry &binding);
+void staticBindFilterRemove(StaticBindEntry &binding);

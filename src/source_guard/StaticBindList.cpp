@@ -18,7 +18,7 @@ bool covers(const StaticBindEntry &binding, const uint8_t *mac, const uint8_t *a
 
 extern "C" {
 
-StaticBindEntry staticBindList = {&staticBindList, &staticBindList, {}, {}, 0, 0};
+StaticBindEntry staticBindList = {&staticBindList, &staticBindList, {}, {}, 0, 0, 0};
 uint32_t staticBindCount = 0;
 
 uint32_t staticBindCoversOther(const uint8_t *mac, const uint8_t *address, const StaticBindEntry *binding) {

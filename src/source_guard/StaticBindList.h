@@ -14,6 +14,11 @@ struct StaticBindEntry {
     uint8_t mac[6];  // all zero = no MAC
     uint32_t port;   // 0 = every port
     uint32_t vlan;   // 0 = no VLAN
+    // 1 while the filter service holds the binding's filter: the service last answered 0 to installing it
+    // and has not since answered 0 to removing it. The port predicates only look at the switch's own ports,
+    // so a binding whose filter a guarded port beyond them installed could not tell otherwise that its
+    // filter must go with it.
+    uint32_t filterInstalled;
 };
 
 // The head: linked to itself while there is no binding.

@@ -107,8 +107,10 @@ void giveBackCovered(const StaticBindEntry &binding) {
     }
 }
 
+// A leaving binding takes its filter along, also one that a guarded port beyond the switch's own installed,
+// which the port predicates do not see.
 void remove(StaticBindEntry *binding) {
-    if (hasFilter(*binding)) {
+    if (hasFilter(*binding) || binding->filterInstalled != 0) {
         staticBindFilterRemove(*binding);
     }
     giveBackCovered(*binding);

@@ -13,6 +13,7 @@
 #include <initializer_list>
 
 #include "SourceGuardSequence.h"
+#include "mgmt/ConfigReset.h"
 #include "source_guard/StaticBindRows.h"
 #include "support/SnoopingTest.h"
 
@@ -91,6 +92,30 @@ TEST_F(PortModeTest, FailedDenyAllKeepsTheNewModeWithoutForwardFilters) {
     EXPECT_THAT(addressFilters(true), IsEmpty());
 }
 
+// A filter leaves with what it was installed for, whatever the port rules say at that moment: a binding
+// whose filter a guarded port beyond the switch's own 24 installed (the port predicates only look at the
+// switch's ports), and a learned address released through a port that is not guarded (a trusted uplink, or
+// another access port).
+TEST_F(PortModeTest, FiltersLeaveWithTheirOwnersWhereverThePortRulesLook) {
+    constexpr uint32_t kBeyondTheSwitch = 30;
+    for (const uint32_t bindingPort : {0U, kBeyondTheSwitch}) {
+        bind("2001:db8:a::1", nullptr, bindingPort, 0);
+        ASSERT_EQ(set_ip6_source_guard_port_mode(kBeyondTheSwitch, SOURCE_GUARD_IPV6), 0);
+        EXPECT_THAT(addressFilters(), SizeIs(1)) << "binding of port " << bindingPort;
+        EXPECT_EQ(ip6v6_source_guard_bind_node_delete(ip("2001:db8:a::1")), 0);
+        EXPECT_THAT(addressFilters(), IsEmpty()) << "binding of port " << bindingPort;
+        ASSERT_EQ(set_ip6_source_guard_port_mode(kBeyondTheSwitch, SOURCE_GUARD_NONE), 0);
+    }
+    ASSERT_EQ(set_ip6_source_guard_port_mode(3, SOURCE_GUARD_IPV6), 0);
+    for (const uint32_t releasedOn : {kServerPort, 4U}) {
+        acknowledge(kClient, 3, iaNa(1, 0, 0, iaAddress(ipv6("2001:db8::a"), 10, 20)));
+        EXPECT_THAT(addressFilters(), SizeIs(1));
+        clientSends(RELEASE, kClient, releasedOn, iaNa(1, 0, 0, iaAddress(ipv6("2001:db8::a"), 0, 0)));
+        EXPECT_EQ(clientFind(kClient.data()), nullptr);
+        EXPECT_THAT(addressFilters(), IsEmpty()) << "released on port " << releasedOn;
+    }
+}
+
 TEST(SourceGuardSequenceTest, FiltersFollowTheStateThroughRandomSequences) {
     EXPECT_EQ(fuzz::playRandomInputs(300, 240, fuzz::playSourceGuardSequence), std::nullopt);
 }
@@ -144,6 +169,18 @@ TEST_F(ExemptVlansTest, RefusedVlanIsReportedAndKeepsItsStateWhileTheOthersGoOn)
     sw.failFilterCall("FRM_RemoveGlobalForwardIp6VidOnlyFilterResource", -3);
     EXPECT_EQ(configure(kExemptVlansRemove, {31}), -1);
     EXPECT_EQ(no_ip6_source_guard_vlan_get(31), 1);
+}
+
+// A flag cleared without asking the service leaves its filter to the daemon, which the reset releases.
+TEST_F(ExemptVlansTest, FilterWhoseFlagWasClearedUnaskedIsReleasedByTheReset) {
+    EXPECT_EQ(configure(kAdd, {50}), 0);
+    EXPECT_EQ(operate_no_ip6_source_guard_vlan(50, 0), 0);
+    EXPECT_EQ(configure(kExemptVlansRemove, {50}), 0);
+    EXPECT_THAT(sw.installedFilters(), ElementsAre(Filter::exemptVlan(50)));
+    EXPECT_EQ(ip6_source_guard_vlan_filter_held(50), 1U);
+    EXPECT_EQ(dhcp6snooping_reset_config(), 0);
+    EXPECT_THAT(sw.installedFilters(), IsEmpty());
+    EXPECT_EQ(ip6_source_guard_vlan_filter_held(50), 0U);
 }
 
 // The n-th address of 2001:db8:b::/64.
