@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 
+#include "FilterInvariant.h"
 #include "core/MainLoop.h"
 #include "mgmt/PortVlanSettings.h"
 #include "relay_option/InfoOptionConfig.h"
@@ -101,9 +102,26 @@ std::string withBindingLinesSorted(const std::string &text) {
     return rest;
 }
 
+std::optional<std::string> enteredDiffers(const std::string &configured,
+                                          const std::vector<mgmt::ConfigLineError> &errors,
+                                          const std::string &entered) {
+    if (!errors.empty()) {
+        return "line " + std::to_string(errors.front().lineNumber) + " \"" + errors.front().line +
+               "\" was refused: " + errors.front().reason;
+    }
+    if (withBindingLinesSorted(entered) != withBindingLinesSorted(configured)) {
+        return "configured:\n" + configured + "entered again:\n" + entered;
+    }
+    return std::nullopt;
+}
+
 std::optional<std::string> playConfigRoundTrip(Input &input) {
     switchsim::Switch &sw = fuzzSwitch();
     configure(input);
+    if (const auto broken = invariantBroken("configured")) {
+        resetAll(/*filtersMustBeGone=*/false);
+        return broken;
+    }
     const std::string configured = runningConfig();
     const auto filters = sw.installedFilters();
     resetAll(/*filtersMustBeGone=*/true);
@@ -113,12 +131,8 @@ std::optional<std::string> playConfigRoundTrip(Input &input) {
     const bool sameFilters = sw.installedFilters() == filters;
     resetAll(/*filtersMustBeGone=*/true);
 
-    if (!errors.empty()) {
-        return "line " + std::to_string(errors.front().lineNumber) + " \"" + errors.front().line +
-               "\" was refused: " + errors.front().reason;
-    }
-    if (withBindingLinesSorted(entered) != withBindingLinesSorted(configured)) {
-        return "configured:\n" + configured + "entered again:\n" + entered;
+    if (auto differs = enteredDiffers(configured, errors, entered)) {
+        return differs;
     }
     if (!sameFilters) {
         return "the filters differ after entering:\n" + configured;

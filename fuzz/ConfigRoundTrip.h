@@ -5,6 +5,7 @@
 // as a fuzz target (from the input).
 
 #include "FuzzSupport.h"
+#include "mgmt_protocol/ConfigInterpreter.h"
 
 namespace fuzz {
 
@@ -12,6 +13,12 @@ namespace fuzz {
 // first and the text lists the bindings in that order, so entering the text builds the list the other way
 // round; the order means nothing (a binding is found by its address), so texts are compared without it.
 std::string withBindingLinesSorted(const std::string &text);
+
+// What differs when the text `configured`, entered on a daemon at its defaults, was answered with `errors`
+// and left the daemon writing `entered`; nothing when it came back whole.
+std::optional<std::string> enteredDiffers(const std::string &configured,
+                                          const std::vector<mgmt::ConfigLineError> &errors,
+                                          const std::string &entered);
 
 // Configures the daemon as the input describes, takes its running configuration and filters, resets it to
 // the defaults, enters the text through the switch's command line and compares; then resets again. Returns

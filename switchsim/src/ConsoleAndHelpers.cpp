@@ -12,6 +12,18 @@
 
 using switchsim::activeSim;
 
+namespace {
+
+// The blocks vosCalloc handed out and vosFree has not taken back, for the life of the process: the daemon's
+// memory outlives any one switch.
+int64_t liveBlocks = 0;
+
+}  // namespace
+
+int64_t switchsim::Switch::allocatedBlocks() {
+    return liveBlocks;
+}
+
 extern "C" {
 
 int32_t vosPrintf(const char *format, ...) {
@@ -34,10 +46,13 @@ void *vosCalloc(size_t count, size_t size) {
     if (switchsim::activeSim().failures.take("vosCalloc")) {
         return nullptr;
     }
-    return std::calloc(count, size);
+    void *memory = std::calloc(count, size);
+    liveBlocks += memory != nullptr ? 1 : 0;
+    return memory;
 }
 
 void vosFree(void *memory) {
+    liveBlocks -= memory != nullptr ? 1 : 0;
     std::free(memory);
 }
 }

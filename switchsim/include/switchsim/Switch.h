@@ -81,6 +81,8 @@ class Switch {
     void failPacketRegistration(std::string_view call, int32_t result, uint32_t times = 1);
     // The next `times` calls of vosCalloc find no memory.
     void failAllocations(uint32_t times = 1);
+    // The blocks that vosCalloc has handed out and vosFree not yet taken back, since the process started.
+    [[nodiscard]] static int64_t allocatedBlocks();
     // `function` is the name of one of the FRM_ calls. Aimed at a target, only the calls that match it fail
     // and count towards `times`; the others are served as usual.
     void failFilterCall(std::string_view function, int32_t result, uint32_t times = 1,
