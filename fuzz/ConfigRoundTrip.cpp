@@ -118,7 +118,7 @@ std::optional<std::string> enteredDiffers(const std::string &configured,
 std::optional<std::string> playConfigRoundTrip(Input &input) {
     switchsim::Switch &sw = fuzzSwitch();
     configure(input);
-    if (const auto broken = invariantBroken("configured")) {
+    if (auto broken = invariantBroken("configured")) {
         resetAll(/*filtersMustBeGone=*/false);
         return broken;
     }

@@ -1,5 +1,8 @@
 #include "FuzzSupport.h"
 
+#include <sys/wait.h>
+#include <unistd.h>
+
 #include <cstdio>
 #include <cstring>
 #include <functional>
@@ -97,6 +100,32 @@ std::optional<std::string> playRandomInputs(int count, size_t size,
         }
     }
     return std::nullopt;
+}
+
+ChildOutcome inChildProcess(const std::function<bool(std::string &text)> &work) {
+    int ends[2];
+    if (pipe(ends) != 0) {
+        return {false, "no pipe to a child process"};
+    }
+    const pid_t child = fork();
+    if (child == 0) {
+        close(ends[0]);
+        std::string text;
+        const bool succeeded = work(text);
+        const bool written = write(ends[1], text.data(), text.size()) == static_cast<ssize_t>(text.size());
+        _exit(succeeded && written ? 0 : 1);
+    }
+    close(ends[1]);
+    ChildOutcome outcome;
+    char chunk[4096];
+    for (ssize_t got = 0; (got = read(ends[0], chunk, sizeof chunk)) > 0;) {
+        outcome.text.append(chunk, static_cast<size_t>(got));
+    }
+    close(ends[0]);
+    int status = 0;
+    waitpid(child, &status, 0);
+    outcome.succeeded = WIFEXITED(status) && WEXITSTATUS(status) == 0;
+    return outcome;
 }
 
 VlanBitmap vlanBitmapOf(std::initializer_list<VlanId> vlans) {

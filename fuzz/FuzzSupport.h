@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <functional>
 #include <initializer_list>
 #include <optional>
 #include <string>
@@ -95,6 +96,16 @@ void resetAll(bool filtersMustBeGone);
 // check. Returns the number and the failure of the first input that fails, or nothing.
 std::optional<std::string> playRandomInputs(int count, size_t size,
                                             std::optional<std::string> (*play)(Input &));
+
+// What a child process returned, and whether it exited saying that it succeeded.
+struct ChildOutcome {
+    bool succeeded = false;
+    std::string text;
+};
+// Runs `work` in a child process, a copy of this one with its daemon and switch, so that whatever it does
+// leaves this process as it was. `work` fills in its text and says whether it succeeded; a child that dies
+// comes back as a failure with the text it had written, none.
+ChildOutcome inChildProcess(const std::function<bool(std::string &text)> &work);
 
 // The set of these VLANs.
 VlanBitmap vlanBitmapOf(std::initializer_list<VlanId> vlans);

@@ -1,8 +1,5 @@
 #include "Soak.h"
 
-#include <sys/wait.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <array>
 #include <random>
@@ -138,18 +135,19 @@ class Churn {
         const uint32_t client = below(kMaxClients);
         const MacAddress mac = clientMac(client);
         const ClientEntry *entry = clientFind(mac.data());
-        const uint8_t addresses = static_cast<uint8_t>(1 + below(3));
+        const auto addresses = static_cast<uint8_t>(1 + below(3));
         const bool prefix = below(4) == 0;
         const uint32_t valid = 7200 + below(22 * 3600);
         if (entry != nullptr && entry->acked == 1 && below(4) != 0) {
-            const uint32_t port = entry->portIndex, vlan = entry->vlanId;
-            deliver(port, vlan, fromClient(RENEW, mac, clientId(duidLl(mac))));
+            const uint32_t vlan = entry->vlanId;
+            deliver(entry->portIndex, vlan, fromClient(RENEW, mac, clientId(duidLl(mac))));
             deliver(kServerPort, vlan,
                     fromServer(REPLY, kServer, mac, grant(client, addresses, prefix, valid)));
             ++figures_.renewals;
             return;
         }
-        const uint32_t port = clientPort(), vlan = vlanOf(static_cast<uint8_t>(below(kVlans)));
+        const uint32_t port = clientPort();
+        const uint32_t vlan = vlanOf(static_cast<uint8_t>(below(kVlans)));
         deliver(port, vlan, fromClient(SOLICIT, mac, clientId(duidLl(mac))));
         deliver(port, vlan, fromClient(REQUEST, mac, clientId(duidLl(mac))));
         deliver(kServerPort, vlan, fromServer(REPLY, kServer, mac, grant(client, addresses, prefix, valid)));
@@ -249,33 +247,17 @@ uint32_t clientsNow() {
 // Enters `configured` on a copy of the daemon brought to its defaults, in a child process, so that the
 // soak goes on with its clients. Returns what differed, or nothing.
 std::optional<std::string> roundTripInChild(const std::string &configured) {
-    int ends[2];
-    if (pipe(ends) != 0) {
-        return "no pipe for the round trip";
-    }
-    const pid_t child = fork();
-    if (child == 0) {
-        close(ends[0]);
+    const ChildOutcome outcome = inChildProcess([&configured](std::string &text) {
         resetAll(/*filtersMustBeGone=*/true);
         const auto errors = applyConfigText(fuzzSwitch(), configured, dhcp6snoopingServeNextMessage);
         const auto differs = enteredDiffers(configured, errors, runningConfig());
-        const std::string text = differs.value_or("");
-        const bool written = write(ends[1], text.data(), text.size()) == static_cast<ssize_t>(text.size());
-        _exit(written && !differs ? 0 : 1);
-    }
-    close(ends[1]);
-    std::string text;
-    char chunk[4096];
-    for (ssize_t got = 0; (got = read(ends[0], chunk, sizeof chunk)) > 0;) {
-        text.append(chunk, static_cast<size_t>(got));
-    }
-    close(ends[0]);
-    int status = 0;
-    waitpid(child, &status, 0);
-    if (WIFEXITED(status) && WEXITSTATUS(status) == 0) {
+        text = differs.value_or("");
+        return !differs;
+    });
+    if (outcome.succeeded) {
         return std::nullopt;
     }
-    return text.empty() ? "the round trip's process died" : text;
+    return outcome.text.empty() ? "the round trip's process died" : outcome.text;
 }
 
 std::optional<std::string> checked(uint32_t step, bool configurationChanged, int64_t baseline) {

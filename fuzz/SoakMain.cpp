@@ -26,7 +26,8 @@ bool number(const char *text, uint32_t &value) {
 }  // namespace
 
 int main(int argc, char **argv) {
-    uint32_t seconds = 3600, seed = 1;
+    uint32_t seconds = 3600;
+    uint32_t seed = 1;
     for (int i = 1; i < argc; ++i) {
         const std::string_view option = argv[i];
         uint32_t value = 0;

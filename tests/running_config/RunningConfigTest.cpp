@@ -4,8 +4,6 @@
 
 #include <arpa/inet.h>
 #include <gmock/gmock.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <string>
 #include <tuple>
@@ -100,34 +98,6 @@ TEST_F(RunningConfigTest,
     EXPECT_EQ(result, 0xFFFFFFFFU);
 }
 
-// Runs `work` in a child process, on the daemon started there, and returns what it wrote.
-template <typename Work>
-std::string inChildProcess(Work work) {
-    int pipeEnds[2];
-    if (pipe(pipeEnds) != 0) {
-        return "no pipe";
-    }
-    const pid_t child = fork();
-    if (child == 0) {
-        close(pipeEnds[0]);
-        const std::string text = work();
-        const bool written =
-            write(pipeEnds[1], text.data(), text.size()) == static_cast<ssize_t>(text.size());
-        _exit(written && !::testing::Test::HasFailure() ? 0 : 1);
-    }
-    close(pipeEnds[1]);
-    std::string text;
-    char chunk[4096];
-    for (ssize_t got = 0; (got = read(pipeEnds[0], chunk, sizeof chunk)) > 0;) {
-        text.append(chunk, static_cast<size_t>(got));
-    }
-    close(pipeEnds[0]);
-    int status = 0;
-    waitpid(child, &status, 0);
-    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << "the configuring process failed";
-    return text;
-}
-
 // The formats the options take on top of the rich configuration, both switched on.
 struct OptionFormats {
     const char *name;
@@ -153,7 +123,7 @@ class RoundTripTest : public RunningConfigTest, public ::testing::WithParamInter
 // The configuration is made by a daemon in another process and entered here, on a daemon that never had one.
 TEST_P(RoundTripTest, EnteredOnAFreshDaemonTheRunningConfigurationGivesBackTheSameState) {
     const OptionFormats &formats = GetParam();
-    const std::string configured = inChildProcess([&formats, this] {
+    const fuzz::ChildOutcome child = fuzz::inChildProcess([&formats, this](std::string &made) {
         configureRichly();
         EXPECT_EQ(fuzz::enableRelayOption(true, true), 0);
         EXPECT_EQ(fuzz::setRelayOptionFormat(true, formats.interfaceId,
@@ -162,8 +132,11 @@ TEST_P(RoundTripTest, EnteredOnAFreshDaemonTheRunningConfigurationGivesBackTheSa
         EXPECT_EQ(fuzz::setRelayOptionFormat(false, formats.remoteId,
                                              valueOf(formats.remoteId, formats.remoteIdValue)),
                   0);
-        return configurationAndFilters();
+        made = configurationAndFilters();
+        return !::testing::Test::HasFailure();
     });
+    ASSERT_TRUE(child.succeeded) << "the configuring process failed";
+    const std::string &configured = child.text;
     const std::string text = configured.substr(0, configured.find("filters:"));
     const auto errors = switchsim::applyConfigText(sw, text, dhcp6snoopingServeNextMessage);
     for (const auto &error : errors) {
