@@ -89,7 +89,7 @@ void resetAll(bool filtersMustBeGone) {
 }
 
 std::optional<std::string> playRandomInputs(int count, size_t size,
-                                            std::optional<std::string> (*play)(Input &)) {
+                                            const std::function<std::optional<std::string>(Input &)> &play) {
     std::mt19937 random(20261123);
     std::vector<uint8_t> bytes(size);
     for (int number = 0; number < count; ++number) {

@@ -95,7 +95,7 @@ void resetAll(bool filtersMustBeGone);
 // Plays `count` inputs of `size` bytes from a seeded generator, as a unit test does with a fuzz target's
 // check. Returns the number and the failure of the first input that fails, or nothing.
 std::optional<std::string> playRandomInputs(int count, size_t size,
-                                            std::optional<std::string> (*play)(Input &));
+                                            const std::function<std::optional<std::string>(Input &)> &play);
 
 // What a child process returned, and whether it exited saying that it succeeded.
 struct ChildOutcome {

@@ -122,12 +122,20 @@ void step(Input &input) {
 }  // namespace
 
 std::optional<std::string> playSourceGuardSequence(Input &input) {
+    return playObservedSourceGuardSequence(input, {});
+}
+
+std::optional<std::string> playObservedSourceGuardSequence(Input &input,
+                                                           const std::function<void()> &afterStep) {
     fuzzSwitch().learnMac(kServer, kClientVlan, kServerSwitchPort);
     dhcp6snooping_port_mode(kServerSwitchPort, 1);
     dhcp6snoopingStart();
     std::optional<std::string> failure;
     for (uint32_t number = 1; !input.empty() && !failure; ++number) {
         step(input);
+        if (afterStep) {
+            afterStep();
+        }
         failure = invariantBroken("after step " + std::to_string(number));
     }
     resetAll(/*filtersMustBeGone=*/!failure);
