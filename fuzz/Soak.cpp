@@ -236,14 +236,6 @@ int64_t ownedBlocks() {
     return blocks;
 }
 
-uint32_t clientsNow() {
-    uint32_t clients = 0;
-    for (const ClientEntry *entry = clientFirst(); entry != nullptr; entry = clientAfter(entry->mac)) {
-        ++clients;
-    }
-    return clients;
-}
-
 // Enters `configured` on a copy of the daemon brought to its defaults, in a child process, so that the
 // soak goes on with its clients. Returns what differed, or nothing.
 std::optional<std::string> roundTripInChild(const std::string &configured) {
@@ -299,7 +291,7 @@ std::optional<std::string> playSoak(uint32_t simulatedSeconds, uint32_t seed, So
         figures.simulatedSeconds += seconds;
         ++figures.steps;
         figures.configurationChanges += configurationChanged ? 1 : 0;
-        figures.peakClients = std::max(figures.peakClients, clientsNow());
+        figures.peakClients = std::max(figures.peakClients, kMaxClients - clientNodePool.freeList.count);
         figures.peakFilters =
             std::max(figures.peakFilters, static_cast<uint32_t>(sw.installedFilters().size()));
         failure = checked(figures.steps, configurationChanged, baseline);
