@@ -14,12 +14,27 @@ namespace hostplatform {
 namespace {
 
 constexpr int kNoticeBufferBytes = 4 << 20;
-// Room for one datagram of a dump or of notices, as netlink sends them.
+// Room for one datagram of a dump or of notices, as netlink usually sends them; a larger one is seen
+// before it is read and the room grows to take it whole.
 constexpr size_t kReceiveBytes = 32768;
+// A dump that the kernel marks as interrupted by a change is asked for again, this many times at most.
+constexpr int kDumpAttempts = 8;
 
 int eachMessage(const nlmsghdr *message, void *data) {
     (*static_cast<const std::function<void(const nlmsghdr *)> *>(data))(message);
     return MNL_CB_OK;
+}
+
+// Receives one datagram whole into `buffer`, grown first when the datagram is larger.
+ssize_t receiveWhole(int descriptor, std::vector<char> &buffer, int flags) {
+    const ssize_t size = recv(descriptor, nullptr, 0, MSG_PEEK | MSG_TRUNC | flags);
+    if (size < 0) {
+        return size;
+    }
+    if (static_cast<size_t>(size) > buffer.size()) {
+        buffer.resize(static_cast<size_t>(size));
+    }
+    return recv(descriptor, buffer.data(), buffer.size(), flags);
 }
 
 }  // namespace
@@ -34,6 +49,30 @@ NetlinkSession::~NetlinkSession() {
 
 bool NetlinkSession::dump(uint16_t type, uint8_t family, bool withVlans,
                           const std::function<void(const nlmsghdr *)> &each) {
+    for (int attempt = 0; attempt < kDumpAttempts; ++attempt) {
+        std::vector<std::vector<char>> messages;
+        bool interrupted = false;
+        if (!dumpOnce(type, family, withVlans, [&](const nlmsghdr *message) {
+                interrupted = interrupted || (message->nlmsg_flags & NLM_F_DUMP_INTR) != 0;
+                const auto *bytes = reinterpret_cast<const char *>(message);
+                messages.emplace_back(bytes, bytes + message->nlmsg_len);
+            })) {
+            return false;
+        }
+        // A dump the kernel interrupted may have missed or repeated entries: only a whole one is used.
+        if (!interrupted) {
+            for (const auto &message : messages) {
+                each(reinterpret_cast<const nlmsghdr *>(message.data()));
+            }
+            return true;
+        }
+    }
+    errno = EAGAIN;
+    return false;
+}
+
+bool NetlinkSession::dumpOnce(uint16_t type, uint8_t family, bool withVlans,
+                              const std::function<void(const nlmsghdr *)> &each) {
     std::vector<char> buffer(kReceiveBytes);
     nlmsghdr *request = mnl_nlmsg_put_header(buffer.data());
     request->nlmsg_type = type;
@@ -43,14 +82,15 @@ bool NetlinkSession::dump(uint16_t type, uint8_t family, bool withVlans,
     auto *generic = static_cast<rtgenmsg *>(mnl_nlmsg_put_extra_header(request, sizeof(ifinfomsg)));
     generic->rtgen_family = family;
     if (withVlans) {
-        mnl_attr_put_u32(request, IFLA_EXT_MASK, RTEXT_FILTER_BRVLAN);
+        // Runs of VLANs with the same flags come as one range, not a VLAN each.
+        mnl_attr_put_u32(request, IFLA_EXT_MASK, RTEXT_FILTER_BRVLAN_COMPRESSED);
     }
     if (mnl_socket_sendto(query_, request, request->nlmsg_len) < 0) {
         return false;
     }
     const uint32_t portId = mnl_socket_get_portid(query_);
     for (;;) {
-        const ssize_t received = mnl_socket_recvfrom(query_, buffer.data(), buffer.size());
+        const ssize_t received = receiveWhole(mnl_socket_get_fd(query_), buffer, 0);
         if (received <= 0) {
             return false;
         }
@@ -134,7 +174,7 @@ void NetlinkSession::serveNotices(BridgeModel &model, const std::function<void(L
     bool vlansChanged = false;
     bool overrun = false;
     for (;;) {
-        const ssize_t received = recv(noticeDescriptor(), buffer.data(), buffer.size(), MSG_DONTWAIT);
+        const ssize_t received = receiveWhole(noticeDescriptor(), buffer, MSG_DONTWAIT);
         if (received < 0) {
             overrun = overrun || errno == ENOBUFS;
             if (errno != ENOBUFS) {

@@ -32,8 +32,13 @@ class NetlinkSession {
     void serveNotices(BridgeModel &model, const std::function<void(LinkChange)> &onLinkChange);
 
   private:
+    // Hands each message of a dump to `each`, once the kernel has sent a whole one that no change
+    // interrupted (it is asked for again while one does). False when the dump could not be read.
     bool dump(uint16_t type, uint8_t family, bool withVlans,
               const std::function<void(const nlmsghdr *)> &each);
+    // One request and its answer, each message as it comes.
+    bool dumpOnce(uint16_t type, uint8_t family, bool withVlans,
+                  const std::function<void(const nlmsghdr *)> &each);
     void rereadVlans(BridgeModel &model);
     void rereadFdb(BridgeModel &model);
 
