@@ -31,6 +31,12 @@ Context &context() {
     return instance;
 }
 
+// Whether the open table serves every bridge of the network namespace rather than ours alone.
+bool &everyBridge() {
+    static bool instance = false;
+    return instance;
+}
+
 // Runs the commands as one transaction; true when nftables took them. nftables' reason for refusing goes to
 // `error` when one is given.
 bool run(const std::string &commands, std::string *error = nullptr) {
@@ -145,7 +151,12 @@ bool nftOpen(std::string &error) {
     }
     // A kernel without the bridge meta expressions refuses the table that is limited to our bridge; the table
     // then serves every bridge of the network namespace, which is the daemon's alone where it runs in one.
-    return run(nft::openTable(bridge)) || run(nft::openTable(std::nullopt), &error);
+    everyBridge() = !run(nft::openTable(bridge));
+    return !everyBridge() || run(nft::openTable(std::nullopt), &error);
+}
+
+bool nftTableServesEveryBridge() {
+    return everyBridge();
 }
 
 void nftClose() {

@@ -10,6 +10,10 @@ namespace hostplatform {
 // the reason in `error`, when nftables refuses.
 bool nftOpen(std::string &error);
 
+// True when the kernel refused a table limited to our bridge and the open table serves the frames of every
+// bridge in the network namespace.
+bool nftTableServesEveryBridge();
+
 // Deletes the daemon's table with every rule in it.
 void nftClose();
 

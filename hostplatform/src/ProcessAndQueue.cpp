@@ -59,6 +59,10 @@ bool start(HostState &state, std::string &error) {
     if (!state.netlink.open(state.bridge, error) || !nftOpen(error) || !state.packets.open(error)) {
         return false;
     }
+    if (nftTableServesEveryBridge()) {
+        logLine(LOG_WARNING, "the kernel cannot limit nftables rules to bridge " + state.bridge.name +
+                                 ": the filters apply to every bridge of this network namespace");
+    }
     gul_max_port_num = static_cast<uint32_t>(state.bridge.ports.size());
     sigset_t stop;
     sigemptyset(&stop);
