@@ -5,6 +5,10 @@
 
 #include <nftables/libnftables.h>
 
+#include <array>
+#include <cstdio>
+#include <functional>
+#include <map>
 #include <memory>
 #include <optional>
 #include <vector>
@@ -75,15 +79,79 @@ std::optional<std::string_view> portName(uint32_t port) {
     return name;
 }
 
+// A request whose element names ports, or depends on their PVIDs: its command as the ports are now, or
+// nothing when a port it names has no name.
+using PortBoundCommand = std::function<std::optional<std::string>(Change)>;
+
+// Each port-bound element in the table, by its request, with the command that deletes it as it stands in
+// the table (empty while it is not there, its port having no name), so that a renamed port, a changed PVID
+// or a port that left or came back is followed (nftRefreshPorts).
+struct PortBoundElement {
+    PortBoundCommand command;
+    std::string removal;
+};
+std::map<std::string, PortBoundElement> &portBoundElements() {
+    static std::map<std::string, PortBoundElement> elements;
+    return elements;
+}
+
+// The key of a request: its kind and the values it was made with, as the daemon passed them.
+std::string keyOf(const char *kind, uint32_t port, const uint8_t *mac, const uint8_t *address,
+                  uint32_t vlan) {
+    std::string key = kind;
+    std::array<char, 16> number{};
+    for (const auto &[bytes, size] : {std::pair{mac, 6}, std::pair{address, 16}}) {
+        for (int i = 0; bytes != nullptr && i < size; ++i) {
+            std::snprintf(number.data(), number.size(), "%02x", bytes[i]);
+            key += number.data();
+        }
+        key += '/';
+    }
+    return key + std::to_string(port) + "/" + std::to_string(vlan);
+}
+
+int32_t changePortBound(const std::string &key, Change change, PortBoundCommand command) {
+    auto &elements = portBoundElements();
+    const auto found = elements.find(key);
+    if (change == Change::Add) {
+        const auto add = command(Change::Add);
+        if (!add || !run(*add)) {
+            return kRefused;
+        }
+        std::string removal = command(Change::Delete).value_or("");
+        elements[key] = {std::move(command), std::move(removal)};
+        return 0;
+    }
+    if (found != elements.end()) {
+        // Taken out as it stands in the table, whatever the ports are called now.
+        if (!found->second.removal.empty() && !run(found->second.removal)) {
+            return kRefused;
+        }
+        elements.erase(found);
+        return 0;
+    }
+    const auto removal = command(Change::Delete);
+    return removal && run(*removal) ? 0 : kRefused;
+}
+
 // The forward filters that name an ingress port: refused for a port without a name or a missing MAC or
 // address.
 template <typename Build>
-int32_t onPort(uint32_t port, const uint8_t *mac, const uint8_t *address, Build build) {
-    const auto name = portName(port);
-    if (!name || mac == nullptr || address == nullptr) {
+int32_t onPort(const char *kind, Change change, uint32_t port, const uint8_t *mac, const uint8_t *address,
+               uint32_t vlan, Build build) {
+    if (mac == nullptr || address == nullptr) {
         return kRefused;
     }
-    return answer(build(*name, nft::MacAddress(mac, 6), nft::Ip6Address(address, 16)));
+    const nft::MacAddress macBytes(mac, 6);
+    const nft::Ip6Address addressBytes(address, 16);
+    return changePortBound(keyOf(kind, port, mac, address, vlan), change,
+                           [port, macBytes, addressBytes, build](Change asked) -> std::optional<std::string> {
+                               const auto name = portName(port);
+                               if (!name) {
+                                   return std::nullopt;
+                               }
+                               return build(asked, *name, macBytes, addressBytes);
+                           });
 }
 
 int32_t permitAddress(Change change, const uint8_t *address) {
@@ -101,36 +169,45 @@ int32_t permitMacAddress(Change change, const uint8_t *mac, const uint8_t *addre
 }
 
 int32_t permitPortMacAddress(Change change, uint32_t port, const uint8_t *mac, const uint8_t *address) {
-    return onPort(port, mac, address, [change](auto name, auto macBytes, auto addressBytes) {
-        return nft::permitPortMacAddress(change, name, macBytes, addressBytes);
-    });
+    return onPort("port-mac-ip", change, port, mac, address, 0,
+                  [](Change asked, auto name, auto macBytes, auto addressBytes) {
+                      return nft::permitPortMacAddress(asked, name, macBytes, addressBytes);
+                  });
 }
 
 int32_t permitPortMacAddressVlan(Change change, uint32_t port, const uint8_t *mac, const uint8_t *address,
                                  uint32_t vlan) {
-    const bool untagged = portUntaggedVlan(port) == vlan;
-    return onPort(port, mac, address, [change, vlan, untagged](auto name, auto macBytes, auto addressBytes) {
-        return nft::permitPortMacAddressVlan(change, name, macBytes, addressBytes, vlan, untagged);
-    });
+    return onPort("port-mac-ip-vlan", change, port, mac, address, vlan,
+                  [port, vlan](Change asked, auto name, auto macBytes, auto addressBytes) {
+                      const bool untagged = portUntaggedVlan(port) == vlan;
+                      return nft::permitPortMacAddressVlan(asked, name, macBytes, addressBytes, vlan,
+                                                           untagged);
+                  });
 }
 
 int32_t exemptVlan(Change change, uint16_t vlan) {
-    std::vector<std::string_view> untaggedPorts;
-    for (uint32_t port = 1; port <= portCount(); ++port) {
-        if (const auto name = portName(port); name && portUntaggedVlan(port) == vlan) {
-            untaggedPorts.push_back(*name);
+    return changePortBound(keyOf("exempt-vlan", 0, nullptr, nullptr, vlan), change, [vlan](Change asked) {
+        std::vector<std::string_view> untaggedPorts;
+        for (uint32_t port = 1; port <= portCount(); ++port) {
+            if (const auto name = portName(port); name && portUntaggedVlan(port) == vlan) {
+                untaggedPorts.push_back(*name);
+            }
         }
-    }
-    return answer(nft::exemptVlan(change, vlan, untaggedPorts));
+        return std::optional<std::string>(nft::exemptVlan(asked, vlan, untaggedPorts));
+    });
 }
 
 int32_t denyAllIp6(uint32_t operation, uint32_t port) {
     const auto change = changeOf(operation);
-    const auto name = portName(port);
-    if (!change || !name) {
+    if (!change || !portName(port)) {
         return kRefused;
     }
-    return answer(nft::denyAllIp6(*change, *name));
+    return changePortBound(keyOf("deny-all", port, nullptr, nullptr, 0), *change,
+                           [port](Change asked) -> std::optional<std::string> {
+                               const auto name = portName(port);
+                               return name ? std::optional<std::string>(nft::denyAllIp6(asked, *name))
+                                           : std::nullopt;
+                           });
 }
 
 }  // namespace
@@ -149,10 +226,37 @@ bool nftOpen(std::string &error) {
         }
         nft_ctx_buffer_error(context().get());
     }
+    portBoundElements().clear();  // the table is made anew, empty
     // A kernel without the bridge meta expressions refuses the table that is limited to our bridge; the table
     // then serves every bridge of the network namespace, which is the daemon's alone where it runs in one.
     everyBridge() = !run(nft::openTable(bridge));
     return !everyBridge() || run(nft::openTable(std::nullopt), &error);
+}
+
+void nftRefreshPorts() {
+    std::vector<std::string> commands;
+    for (auto &[key, element] : portBoundElements()) {
+        const std::string removal = element.command(Change::Delete).value_or("");
+        if (removal == element.removal) {
+            continue;
+        }
+        commands.push_back(element.removal);
+        commands.push_back(element.command(Change::Add).value_or(""));
+        element.removal = removal;
+    }
+    std::string batch;
+    for (const std::string &command : commands) {
+        batch += command;
+    }
+    // One transaction for every element that changed, so that no frame meets a table half rewritten; should
+    // nftables refuse it whole, each change is made on its own.
+    if (!batch.empty() && !run(batch)) {
+        for (const std::string &command : commands) {
+            if (!command.empty()) {
+                run(command);
+            }
+        }
+    }
 }
 
 bool nftTableServesEveryBridge() {
@@ -161,6 +265,7 @@ bool nftTableServesEveryBridge() {
 
 void nftClose() {
     run(nft::closeTable());
+    portBoundElements().clear();
     context().reset();
 }
 

@@ -10,6 +10,11 @@ namespace hostplatform {
 // the reason in `error`, when nftables refuses.
 bool nftOpen(std::string &error);
 
+// Brings the elements that name ports, or depend on their PVIDs, in line with the ports as they are now: a
+// port renamed, its PVID changed, a port gone or come back. The changes go to the kernel as one
+// transaction.
+void nftRefreshPorts();
+
 // True when the kernel refused a table limited to our bridge and the open table serves the frames of every
 // bridge in the network namespace.
 bool nftTableServesEveryBridge();

@@ -126,6 +126,8 @@ void serveNotices(HostState &state) {
             state.linkChange(change.port, change.status);
         }
     });
+    // The filters follow ports that were renamed, changed their PVID, left or came back.
+    nftRefreshPorts();
 }
 
 // A connection whose reply cannot be sent has lost its peer and is closed.

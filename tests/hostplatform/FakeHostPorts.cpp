@@ -1,14 +1,21 @@
-// The bridge of the host platform's tests: "br-test" with ports 1 to 3, named "port1" to "port3", each
-// with PVID 1.
+// The bridge of the host platform's tests: "br-test" with ports 1 to 3, named "port1" to "port3" until a
+// test renames one, each with PVID 1.
+
+#include "FakeHostPorts.h"
 
 #include <array>
+#include <string>
 
 #include "HostPorts.h"
 
 namespace hostplatform {
 
 namespace {
-constexpr std::array<std::string_view, 3> kPorts = {"port1", "port2", "port3"};
+std::array<std::string, 3> kPorts = {"port1", "port2", "port3"};
+}
+
+void renameFakePort(uint32_t portIndex, std::string name) {
+    kPorts.at(portIndex - 1) = std::move(name);
 }
 
 std::string_view bridgeName() {

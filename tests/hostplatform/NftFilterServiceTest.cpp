@@ -1,7 +1,7 @@
 // The filter service against the kernel, in a network namespace of its own: the table opens, one filter of
-// each kind lands in its set and comes out again, the refusals the daemon relies on come back non-zero, and
-// closing takes the table away. Root only; skipped where there is no namespace or the kernel lacks the
-// bridge's expressions.
+// each kind lands in its set and comes out again, the refusals the daemon relies on come back non-zero, a
+// renamed port's element follows its name, and closing takes the table away. Root only; skipped where there
+// is no namespace or the kernel lacks the bridge's expressions.
 
 #include <gtest/gtest.h>
 #include <nftables/libnftables.h>
@@ -16,6 +16,7 @@
 #include <memory>
 #include <string>
 
+#include "FakeHostPorts.h"
 #include "NftFilterService.h"
 #include "platform/FrmApi.h"
 
@@ -118,6 +119,20 @@ int inFreshNamespace(std::string &report) {
             {"interception off again", hostplatform::nftSetDhcp6Interception(false), true},
         },
         report);
+    // Port 1, still guarded, is renamed: its element follows, and goes when the daemon asks as before.
+    hostplatform::renameFakePort(1, "uplink1");
+    hostplatform::nftRefreshPorts();
+    const auto renamed = listing("set bridge dhcp6snooping guarded_ports");
+    if (renamed.find("\"uplink1\"") == std::string::npos || renamed.find("\"port1\"") != std::string::npos) {
+        report += "the guarded port did not follow its new name:\n" + renamed;
+    }
+    expectAnswers(
+        {{"renamed deny-all off", FRM_OperatePortDenyAllIp6FilterResource(FILTER_OP_DISABLE, 1), true}},
+        report);
+    if (listing("set bridge dhcp6snooping guarded_ports").find("uplink1") != std::string::npos) {
+        report += "the renamed port is still guarded\n";
+    }
+    hostplatform::renameFakePort(1, "port1");
     hostplatform::nftClose();
     if (!listing("table bridge dhcp6snooping").empty()) {
         report += "the table outlived nftClose\n";
