@@ -169,8 +169,9 @@ void NetlinkSession::rereadFdb(BridgeModel &model) {
     });
 }
 
-void NetlinkSession::serveNotices(BridgeModel &model, const std::function<void(LinkChange)> &onLinkChange) {
+bool NetlinkSession::serveNotices(BridgeModel &model, const std::function<void(LinkChange)> &onLinkChange) {
     std::vector<char> buffer(kReceiveBytes);
+    bool linksNoticed = false;
     bool vlansChanged = false;
     bool overrun = false;
     for (;;) {
@@ -184,6 +185,7 @@ void NetlinkSession::serveNotices(BridgeModel &model, const std::function<void(L
         }
         const std::function<void(const nlmsghdr *)> each = [&](const nlmsghdr *message) {
             if (const auto link = readLink(message)) {
+                linksNoticed = true;
                 if (const auto change = applyLink(model, *link)) {
                     onLinkChange(*change);
                 }
@@ -213,6 +215,7 @@ void NetlinkSession::serveNotices(BridgeModel &model, const std::function<void(L
     if (vlansChanged || overrun) {
         rereadVlans(model);
     }
+    return linksNoticed || vlansChanged || overrun;
 }
 
 }  // namespace hostplatform

@@ -28,8 +28,9 @@ class NetlinkSession {
 
     // Reads the notices that are waiting and applies them to `model`; `onLinkChange` hears of every port
     // whose link went up or down. When notices were lost (the socket's buffer overran), the VLANs and the
-    // forwarding database are read anew.
-    void serveNotices(BridgeModel &model, const std::function<void(LinkChange)> &onLinkChange);
+    // forwarding database are read anew. True when a port may have changed its name, PVID or membership
+    // (a link notice, VLANs changed, or notices lost); the MAC table's notices alone answer false.
+    bool serveNotices(BridgeModel &model, const std::function<void(LinkChange)> &onLinkChange);
 
   private:
     // Hands each message of a dump to `each`, once the kernel has sent a whole one that no change

@@ -5,6 +5,7 @@
 
 #include <nftables/libnftables.h>
 
+#include <algorithm>
 #include <array>
 #include <cstdio>
 #include <functional>
@@ -142,15 +143,20 @@ int32_t onPort(const char *kind, Change change, uint32_t port, const uint8_t *ma
     if (mac == nullptr || address == nullptr) {
         return kRefused;
     }
-    const nft::MacAddress macBytes(mac, 6);
-    const nft::Ip6Address addressBytes(address, 16);
+    // The command is made again whenever the ports change, long after the caller's bytes are gone: it keeps
+    // copies of them.
+    std::array<uint8_t, 6> macCopy{};
+    std::array<uint8_t, 16> addressCopy{};
+    std::copy_n(mac, macCopy.size(), macCopy.begin());
+    std::copy_n(address, addressCopy.size(), addressCopy.begin());
     return changePortBound(keyOf(kind, port, mac, address, vlan), change,
-                           [port, macBytes, addressBytes, build](Change asked) -> std::optional<std::string> {
+                           [port, macCopy, addressCopy, build](Change asked) -> std::optional<std::string> {
                                const auto name = portName(port);
                                if (!name) {
                                    return std::nullopt;
                                }
-                               return build(asked, *name, macBytes, addressBytes);
+                               return build(asked, *name, nft::MacAddress(macCopy),
+                                            nft::Ip6Address(addressCopy));
                            });
 }
 

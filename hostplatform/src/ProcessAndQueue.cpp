@@ -120,14 +120,17 @@ void tick(HostState &state) {
 }
 
 void serveNotices(HostState &state) {
-    state.netlink.serveNotices(state.bridge, [&state](LinkChange change) {
+    const bool portsMayHaveChanged = state.netlink.serveNotices(state.bridge, [&state](LinkChange change) {
         gul_max_port_num = static_cast<uint32_t>(state.bridge.ports.size());
         if (state.linkChange != nullptr) {
             state.linkChange(change.port, change.status);
         }
     });
-    // The filters follow ports that were renamed, changed their PVID, left or came back.
-    nftRefreshPorts();
+    // The filters follow ports that were renamed, changed their PVID, left or came back; the MAC table's
+    // notices, which a flood brings by the thousand, cannot change a port.
+    if (portsMayHaveChanged) {
+        nftRefreshPorts();
+    }
 }
 
 // A connection whose reply cannot be sent has lost its peer and is closed.
