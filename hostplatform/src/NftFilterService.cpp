@@ -12,6 +12,9 @@
 #include <map>
 #include <memory>
 #include <optional>
+#include <unordered_map>
+#include <unordered_set>
+#include <utility>
 #include <vector>
 
 #include "HostPorts.h"
@@ -44,12 +47,12 @@ bool &everyBridge() {
 
 // Runs the commands as one transaction; true when nftables took them. nftables' reason for refusing goes to
 // `error` when one is given.
-bool run(const std::string &commands, std::string *error = nullptr) {
+bool run(std::string_view commands, std::string *error = nullptr) {
     nft_ctx *const active = context().get();
     if (active == nullptr) {
         return false;
     }
-    const bool taken = nft_run_cmd_from_buffer(active, commands.c_str()) == 0;
+    const bool taken = nft_run_cmd_from_buffer(active, std::string(commands).c_str()) == 0;
     // Reading the buffer also empties it for the next command.
     const char *const reason = nft_ctx_get_error_buffer(active);
     if (!taken && error != nullptr) {
@@ -58,8 +61,65 @@ bool run(const std::string &commands, std::string *error = nullptr) {
     return taken;
 }
 
-int32_t answer(const std::string &commands) {
-    return run(commands) ? 0 : kRefused;
+// Calls `each` with every line of `commands`, without its line end.
+template <typename Each>
+void forEachLine(std::string_view commands, Each each) {
+    while (!commands.empty()) {
+        const size_t end = std::min(commands.find('\n'), commands.size());
+        each(commands.substr(0, end));
+        commands.remove_prefix(std::min(end + 1, commands.size()));
+    }
+}
+
+// The elements of the sets as the service asked for them, and the element commands not yet sent. A request
+// is answered from this record at once, as nftables would answer it (adding is idempotent, deleting what is
+// not there is refused); the kernel gets the changes of a whole event-loop turn as one transaction at
+// nftCommit, so that a guarded port with thousands of clients switched off costs one transaction, not
+// thousands.
+struct TableRecord {
+    std::unordered_set<std::string> elements;
+    std::string pending;
+    // The elements the pending commands touch, each with whether the table held it before them.
+    std::unordered_map<std::string, bool> heldBefore;
+};
+TableRecord &record() {
+    static TableRecord instance;
+    return instance;
+}
+
+void apply(const nft::ElementLine &line) {
+    if (line.change == Change::Add) {
+        record().elements.emplace(line.element);
+    } else {
+        record().elements.erase(std::string(line.element));
+    }
+}
+
+bool holdsAll(std::string_view commands) {
+    bool all = true;
+    forEachLine(commands, [&all](std::string_view text) {
+        const auto line = nft::elementLine(text);
+        all = all && line && record().elements.contains(std::string(line->element));
+    });
+    return all;
+}
+
+// Puts the element commands into the record and the pending transaction: refused, changing nothing, when
+// there is no table, no command, or one of the elements to delete is not there.
+int32_t request(Change change, const std::optional<std::string> &commands) {
+    if (!context() || !commands || (change == Change::Delete && !holdsAll(*commands))) {
+        return kRefused;
+    }
+    auto &table = record();
+    forEachLine(*commands, [&table](std::string_view text) {
+        if (const auto line = nft::elementLine(text)) {
+            const std::string element(line->element);
+            table.heldBefore.try_emplace(element, table.elements.contains(element));
+            apply(*line);
+        }
+    });
+    table.pending += *commands;
+    return 0;
 }
 
 std::optional<Change> changeOf(uint32_t operation) {
@@ -115,8 +175,7 @@ int32_t changePortBound(const std::string &key, Change change, PortBoundCommand 
     auto &elements = portBoundElements();
     const auto found = elements.find(key);
     if (change == Change::Add) {
-        const auto add = command(Change::Add);
-        if (!add || !run(*add)) {
+        if (request(Change::Add, command(Change::Add)) != 0) {
             return kRefused;
         }
         std::string removal = command(Change::Delete).value_or("");
@@ -125,14 +184,13 @@ int32_t changePortBound(const std::string &key, Change change, PortBoundCommand 
     }
     if (found != elements.end()) {
         // Taken out as it stands in the table, whatever the ports are called now.
-        if (!found->second.removal.empty() && !run(found->second.removal)) {
+        if (!found->second.removal.empty() && request(Change::Delete, found->second.removal) != 0) {
             return kRefused;
         }
         elements.erase(found);
         return 0;
     }
-    const auto removal = command(Change::Delete);
-    return removal && run(*removal) ? 0 : kRefused;
+    return request(Change::Delete, command(Change::Delete));
 }
 
 // The forward filters that name an ingress port: refused for a port without a name or a missing MAC or
@@ -164,14 +222,15 @@ int32_t permitAddress(Change change, const uint8_t *address) {
     if (address == nullptr) {
         return kRefused;
     }
-    return answer(nft::permitAddress(change, nft::Ip6Address(address, 16)));
+    return request(change, nft::permitAddress(change, nft::Ip6Address(address, 16)));
 }
 
 int32_t permitMacAddress(Change change, const uint8_t *mac, const uint8_t *address) {
     if (mac == nullptr || address == nullptr) {
         return kRefused;
     }
-    return answer(nft::permitMacAddress(change, nft::MacAddress(mac, 6), nft::Ip6Address(address, 16)));
+    return request(change,
+                   nft::permitMacAddress(change, nft::MacAddress(mac, 6), nft::Ip6Address(address, 16)));
 }
 
 int32_t permitPortMacAddress(Change change, uint32_t port, const uint8_t *mac, const uint8_t *address) {
@@ -233,6 +292,7 @@ bool nftOpen(std::string &error) {
         nft_ctx_buffer_error(context().get());
     }
     portBoundElements().clear();  // the table is made anew, empty
+    record() = {};
     // A kernel without the bridge meta expressions refuses the table that is limited to our bridge; the table
     // then serves every bridge of the network namespace, which is the daemon's alone where it runs in one.
     everyBridge() = !run(nft::openTable(bridge));
@@ -240,29 +300,44 @@ bool nftOpen(std::string &error) {
 }
 
 void nftRefreshPorts() {
-    std::vector<std::string> commands;
     for (auto &[key, element] : portBoundElements()) {
-        const std::string removal = element.command(Change::Delete).value_or("");
+        std::string removal = element.command(Change::Delete).value_or("");
         if (removal == element.removal) {
             continue;
         }
-        commands.push_back(element.removal);
-        commands.push_back(element.command(Change::Add).value_or(""));
-        element.removal = removal;
-    }
-    std::string batch;
-    for (const std::string &command : commands) {
-        batch += command;
-    }
-    // One transaction for every element that changed, so that no frame meets a table half rewritten; should
-    // nftables refuse it whole, each change is made on its own.
-    if (!batch.empty() && !run(batch)) {
-        for (const std::string &command : commands) {
-            if (!command.empty()) {
-                run(command);
-            }
+        if (holdsAll(element.removal)) {
+            request(Change::Delete, element.removal);
         }
+        request(Change::Add, element.command(Change::Add));
+        element.removal = std::move(removal);
     }
+}
+
+size_t nftCommit() {
+    auto &table = record();
+    if (table.pending.empty()) {
+        return 0;
+    }
+    const std::string batch = std::exchange(table.pending, {});
+    const auto touched = std::exchange(table.heldBefore, {});
+    if (run(batch)) {
+        return 0;
+    }
+    // Refused whole: the record goes back to what the table held, and each command is tried on its own so
+    // that one the kernel will not take costs no other.
+    for (const auto &[element, held] : touched) {
+        apply({held ? Change::Add : Change::Delete, element});
+    }
+    size_t refused = 0;
+    forEachLine(batch, [&refused](std::string_view text) {
+        const auto line = nft::elementLine(text);
+        if (line && run(std::string(text) + "\n")) {
+            apply(*line);
+        } else {
+            ++refused;
+        }
+    });
+    return refused;
 }
 
 bool nftTableServesEveryBridge() {
@@ -272,11 +347,12 @@ bool nftTableServesEveryBridge() {
 void nftClose() {
     run(nft::closeTable());
     portBoundElements().clear();
+    record() = {};
     context().reset();
 }
 
 int nftSetDhcp6Interception(bool on) {
-    return answer(nft::dhcp6Interception(on ? Change::Add : Change::Delete));
+    return run(nft::dhcp6Interception(on ? Change::Add : Change::Delete)) ? 0 : kRefused;
 }
 
 }  // namespace hostplatform
@@ -322,10 +398,10 @@ int32_t FRM_OperateDhcp6FilterResource(uint32_t operation) {
 }
 
 int32_t FRM_InstallGlobalForwardIcmp6NdFilterResource(void) {
-    return hostplatform::answer(hostplatform::nft::neighbourDiscovery(Change::Add));
+    return hostplatform::request(Change::Add, hostplatform::nft::neighbourDiscovery(Change::Add));
 }
 int32_t FRM_RemoveGlobalForwardIcmp6NdFilterResource(void) {
-    return hostplatform::answer(hostplatform::nft::neighbourDiscovery(Change::Delete));
+    return hostplatform::request(Change::Delete, hostplatform::nft::neighbourDiscovery(Change::Delete));
 }
 int32_t FRM_OperatePortDenyAllIp6FilterResource(uint32_t operation, uint32_t port) {
     return hostplatform::denyAllIp6(operation, port);

@@ -2,6 +2,7 @@
 // The filter service of the Linux host platform: the daemon's forwarding filters as nftables rules of the
 // bridge family, in a table of the daemon's own. The FRM_ calls (platform/FrmApi.h) are defined on top of it.
 
+#include <cstddef>
 #include <string>
 
 namespace hostplatform {
@@ -11,9 +12,14 @@ namespace hostplatform {
 bool nftOpen(std::string &error);
 
 // Brings the elements that name ports, or depend on their PVIDs, in line with the ports as they are now: a
-// port renamed, its PVID changed, a port gone or come back. The changes go to the kernel as one
-// transaction.
+// port renamed, its PVID changed, a port gone or come back. The changes go with the next nftCommit.
 void nftRefreshPorts();
+
+// The FRM_ calls are answered at once from the service's record of the table; their changes reach the
+// kernel here, all of them in one transaction, so that no frame meets a table half changed. Should the
+// kernel refuse the transaction, each change is made on its own and the record follows what it took.
+// Answers how many changes the kernel refused (0 when all were made).
+size_t nftCommit();
 
 // True when the kernel refused a table limited to our bridge and the open table serves the frames of every
 // bridge in the network namespace.

@@ -20,17 +20,24 @@ constexpr std::string_view kTable = "bridge dhcp6snooping";
 // A frame's VLAN is its 802.1Q tag or, untagged, the ingress port's PVID. Tagged frames are looked up by
 // their tag; for untagged ones the platform, which knows each port's PVID, puts the port itself into a set
 // of its own (exempt_untagged_ports, permit_port_mac_ip_untagged), so that no rule needs the bridge's meta
-// expressions, which not every kernel has. (The MAC-keyed sets are interval sets for the MAC range that a
-// request without a MAC stands for.)
+// expressions, which not every kernel has. A request without a MAC covers every source MAC: its element
+// goes, without the MAC, into a set of its own beside the one keyed by MAC ("any_mac"). Every set is a
+// plain hash of exact keys: an interval set of concatenated keys would take the kernel tens of seconds to
+// delete a few thousand elements in one transaction, which is what switching a busy port out of source
+// guard asks for.
 constexpr std::string_view kSets = R"(	set guarded_ports { typeof meta iifname; }
-	set exempt_vlans { typeof vlan id; flags interval; }
+	set exempt_vlans { typeof vlan id; }
 	set neighbour_discovery { typeof icmpv6 type; }
 	set permit_ip { typeof ip6 saddr; }
-	set permit_mac_ip { typeof ether saddr . ip6 saddr; flags interval; }
-	set permit_port_mac_ip { typeof meta iifname . ether saddr . ip6 saddr; flags interval; }
-	set permit_port_mac_ip_vlan { typeof meta iifname . ether saddr . ip6 saddr . vlan id; flags interval; }
+	set permit_mac_ip { typeof ether saddr . ip6 saddr; }
+	set permit_any_mac_ip { typeof ip6 saddr; }
+	set permit_port_mac_ip { typeof meta iifname . ether saddr . ip6 saddr; }
+	set permit_port_any_mac_ip { typeof meta iifname . ip6 saddr; }
+	set permit_port_mac_ip_vlan { typeof meta iifname . ether saddr . ip6 saddr . vlan id; }
+	set permit_port_any_mac_ip_vlan { typeof meta iifname . ip6 saddr . vlan id; }
 	set exempt_untagged_ports { typeof meta iifname; }
-	set permit_port_mac_ip_untagged { typeof meta iifname . ether saddr . ip6 saddr; flags interval; }
+	set permit_port_mac_ip_untagged { typeof meta iifname . ether saddr . ip6 saddr; }
+	set permit_port_any_mac_ip_untagged { typeof meta iifname . ip6 saddr; }
 	set dhcp6_interception { typeof meta protocol; }
 )";
 
@@ -50,9 +57,13 @@ constexpr std::string_view kPreroutingTail = R"(		meta protocol != ip6 return
 		meta l4proto ipv6-icmp icmpv6 type @neighbour_discovery accept
 		ip6 saddr @permit_ip accept
 		ether saddr . ip6 saddr @permit_mac_ip accept
+		ip6 saddr @permit_any_mac_ip accept
 		meta iifname . ether saddr . ip6 saddr @permit_port_mac_ip accept
+		meta iifname . ip6 saddr @permit_port_any_mac_ip accept
 		ether type 8021q meta iifname . ether saddr . ip6 saddr . vlan id @permit_port_mac_ip_vlan accept
+		ether type 8021q meta iifname . ip6 saddr . vlan id @permit_port_any_mac_ip_vlan accept
 		ether type ip6 meta iifname . ether saddr . ip6 saddr @permit_port_mac_ip_untagged accept
+		ether type ip6 meta iifname . ip6 saddr @permit_port_any_mac_ip_untagged accept
 		drop
 	}
 )";
@@ -76,7 +87,6 @@ constexpr std::string_view kDhcp6Shield = R"(	chain dhcp6_shield {
 }
 )";
 
-constexpr std::string_view kEveryMac = "00:00:00:00:00:00-ff:ff:ff:ff:ff:ff";
 constexpr std::string_view kNeighbourDiscoveryTypes =
     "nd-router-solicit, nd-router-advert, nd-neighbor-solicit, nd-neighbor-advert, nd-redirect";
 
@@ -94,9 +104,6 @@ std::string addressText(Ip6Address address) {
 }
 
 std::string macText(MacAddress mac) {
-    if (std::ranges::all_of(mac, [](uint8_t byte) { return byte == 0; })) {
-        return std::string(kEveryMac);
-    }
     char text[18];
     std::snprintf(text, sizeof text, "%02x:%02x:%02x:%02x:%02x:%02x", mac[0], mac[1], mac[2], mac[3], mac[4],
                   mac[5]);
@@ -112,21 +119,28 @@ std::string concat(std::initializer_list<std::string_view> parts) {
     return text;
 }
 
-// The fields of a concatenated key, in order.
-std::string key(std::initializer_list<std::string> fields) {
-    std::string text;
-    for (const auto &field : fields) {
-        if (!text.empty()) {
-            text += " . ";
-        }
-        text += field;
-    }
-    return text;
-}
-
 std::string element(Change change, std::string_view set, std::string_view text) {
     return concat(
         {change == Change::Add ? "add" : "delete", " element ", kTable, " ", set, " { ", text, " }\n"});
+}
+
+// The element of a set keyed by source MAC among other fields ("PREFIX_mac_SUFFIX"), or, for a zero MAC,
+// which stands for every MAC, of its twin keyed without it ("PREFIX_any_mac_SUFFIX").
+std::string macKeyed(Change change, std::string_view prefix, std::string_view suffix, MacAddress mac,
+                     std::initializer_list<std::string> before, std::initializer_list<std::string> after) {
+    const bool anyMac = std::ranges::all_of(mac, [](uint8_t byte) { return byte == 0; });
+    std::string fields;
+    for (const auto &field : before) {
+        fields += field + " . ";
+    }
+    if (!anyMac) {
+        fields += macText(mac) + " . ";
+    }
+    for (const auto &field : after) {
+        fields += field + " . ";
+    }
+    fields.resize(fields.size() - 3);
+    return element(change, concat({prefix, anyMac ? "any_mac" : "mac", suffix}), fields);
 }
 
 }  // namespace
@@ -156,20 +170,19 @@ std::string permitAddress(Change change, Ip6Address address) {
 }
 
 std::string permitMacAddress(Change change, MacAddress mac, Ip6Address address) {
-    return element(change, "permit_mac_ip", key({macText(mac), addressText(address)}));
+    return macKeyed(change, "permit_", "_ip", mac, {}, {addressText(address)});
 }
 
 std::string permitPortMacAddress(Change change, std::string_view port, MacAddress mac, Ip6Address address) {
-    return element(change, "permit_port_mac_ip", key({quoted(port), macText(mac), addressText(address)}));
+    return macKeyed(change, "permit_port_", "_ip", mac, {quoted(port)}, {addressText(address)});
 }
 
 std::string permitPortMacAddressVlan(Change change, std::string_view port, MacAddress mac, Ip6Address address,
                                      uint32_t vlan, bool portsUntaggedVlan) {
-    std::string text = element(change, "permit_port_mac_ip_vlan",
-                               key({quoted(port), macText(mac), addressText(address), std::to_string(vlan)}));
+    std::string text = macKeyed(change, "permit_port_", "_ip_vlan", mac, {quoted(port)},
+                                {addressText(address), std::to_string(vlan)});
     if (portsUntaggedVlan) {
-        text += element(change, "permit_port_mac_ip_untagged",
-                        key({quoted(port), macText(mac), addressText(address)}));
+        text += macKeyed(change, "permit_port_", "_ip_untagged", mac, {quoted(port)}, {addressText(address)});
     }
     return text;
 }
@@ -184,6 +197,16 @@ std::string exemptVlan(Change change, uint16_t vlan, std::span<const std::string
 
 std::string neighbourDiscovery(Change change) {
     return element(change, "neighbour_discovery", kNeighbourDiscoveryTypes);
+}
+
+std::optional<ElementLine> elementLine(std::string_view line) {
+    for (const auto &[verb, change] : {std::pair{std::string_view("add "), Change::Add},
+                                       std::pair{std::string_view("delete "), Change::Delete}}) {
+        if (line.starts_with(verb) && line.substr(verb.size()).starts_with("element ")) {
+            return ElementLine{change, line.substr(verb.size())};
+        }
+    }
+    return std::nullopt;
 }
 
 std::string dhcp6Interception(Change change) {

@@ -47,6 +47,15 @@ std::string exemptVlan(Change change, uint16_t vlan, std::span<const std::string
 // Router and neighbour solicitations and advertisements and redirects pass the deny-all filters.
 std::string neighbourDiscovery(Change change);
 
+// One line of the element commands above: whether it adds or deletes, and the element it names (the line
+// without its verb, the same text for both), by which the filter service keeps its record of the table.
+// Nothing for a line that is no element command.
+struct ElementLine {
+    Change change;
+    std::string_view element;
+};
+std::optional<ElementLine> elementLine(std::string_view line);
+
 // While on, the bridge forwards no DHCPv6 between its ports, however it is wrapped (see openTable).
 // Switching off is idempotent.
 std::string dhcp6Interception(Change change);

@@ -133,6 +133,15 @@ void serveNotices(HostState &state) {
     }
 }
 
+// The filter changes of a turn go to the kernel in one transaction before the daemon waits again or answers
+// the request that asked for them, so that what a reply reports is in force when it arrives.
+void commitFilters() {
+    if (const size_t refused = nftCommit(); refused > 0) {
+        logLine(LOG_ERR, "nftables refused " + std::to_string(refused) +
+                             " filter changes; the filters they asked for are not in force");
+    }
+}
+
 // A connection whose reply cannot be sent has lost its peer and is closed.
 void answerOrDrop(HostState &state, int connection, std::span<const uint8_t> reply) {
     if (state.mgmt.reply(connection, reply) != 0) {
@@ -223,6 +232,7 @@ int32_t vosMsgRecv(uint32_t queueHandle, void *buffer, uint32_t bufferSize, int3
     const std::span<uint8_t> into(static_cast<uint8_t *>(buffer), bufferSize);
     std::array<epoll_event, 16> ready{};
     for (;;) {
+        hostplatform::commitFilters();
         const int count = epoll_wait(state.events, ready.data(), static_cast<int>(ready.size()), -1);
         if (count < 0 && errno != EINTR) {
             return hostplatform::kFailed;
@@ -261,6 +271,7 @@ int32_t vosMsgResp(uint32_t queueHandle, int32_t /*result*/, const void *message
     if (queueHandle != hostplatform::kQueueHandle || message == nullptr || to == nullptr) {
         return hostplatform::kFailed;
     }
+    hostplatform::commitFilters();
     hostplatform::ReplyTo replyTo{};
     std::memcpy(&replyTo, to->opaque, sizeof replyTo);
     return host().mgmt.reply(replyTo.connection, {static_cast<const uint8_t *>(message), length});

@@ -1,9 +1,10 @@
 // Holds the host platform's filter service to the simulated switch's: replays the filter calls of a trace
 // written by dhcp6snooping-filter-trace (seeded source-guard sequences on the simulated switch) against the
-// nftables table, in a network namespace of its own, on a bridge of 24 ports "port1" to "port24" with PVID
-// 1, as the fuzz switch has. Each call must be answered as the simulated switch answered it (taken or
-// refused), and after every step the table must hold exactly what a table made afresh from the filters the
-// simulated switch then held holds, element for element.
+// nftables table, in a network namespace of its own, on a real bridge of 24 ports with PVID 1, as the fuzz
+// switch has, read through the host platform's netlink session. Each call must be answered as the simulated
+// switch answered it (taken or refused), and after every step, once its changes are committed, the table
+// must hold exactly what a table made afresh from the filters the simulated switch then held holds, element
+// for element.
 //
 //   host_filter_parity TRACE
 //
@@ -29,41 +30,42 @@
 #include <vector>
 
 #include "HostPorts.h"
+#include "HostState.h"
 #include "NftFilterService.h"
 #include "platform/FrmApi.h"
-
-namespace hostplatform {
-
-namespace {
-constexpr uint32_t kPorts = 24;
-std::array<std::string, kPorts> portNames = [] {
-    std::array<std::string, kPorts> names;
-    for (uint32_t port = 1; port <= kPorts; ++port) {
-        names[port - 1] = "port" + std::to_string(port);
-    }
-    return names;
-}();
-}  // namespace
-
-std::string_view bridgeName() {
-    return "br-parity";
-}
-uint32_t portCount() {
-    return kPorts;
-}
-std::optional<std::string_view> portInterfaceName(uint32_t portIndex) {
-    return portIndex >= 1 && portIndex <= kPorts ? std::optional<std::string_view>(portNames[portIndex - 1])
-                                                 : std::nullopt;
-}
-std::optional<uint16_t> portUntaggedVlan(uint32_t portIndex) {
-    return portInterfaceName(portIndex) ? std::optional<uint16_t>(1) : std::nullopt;
-}
-
-}  // namespace hostplatform
 
 namespace {
 
 constexpr int kSkipped = 77;
+constexpr uint32_t kPorts = 24;
+constexpr char kBridge[] = "br-parity";
+
+// Makes the bridge with veth interfaces "port1" to "port24" as its members and reads it as the daemon's
+// platform does. False, with the reason in `error`, when either fails.
+bool makeBridge(std::string &error) {
+    std::string commands = std::string("link add ") + kBridge + " type bridge\n";
+    for (uint32_t port = 1; port <= kPorts; ++port) {
+        const std::string name = "port" + std::to_string(port);
+        commands += "link add " + name + " type veth peer name peer" + std::to_string(port) + "\nlink set " +
+                    name + " master " + kBridge + " up\n";
+    }
+    commands += std::string("link set ") + kBridge + " up\n";
+    FILE *const ip = popen("ip -batch -", "w");
+    if (ip == nullptr || std::fputs(commands.c_str(), ip) < 0 || pclose(ip) != 0) {
+        error = "ip could not make the bridge";
+        return false;
+    }
+    auto &state = hostplatform::host();
+    state.bridge.name = kBridge;
+    if (!state.netlink.open(state.bridge, error)) {
+        return false;
+    }
+    if (hostplatform::portCount() != kPorts) {
+        error = "netlink read " + std::to_string(hostplatform::portCount()) + " ports";
+        return false;
+    }
+    return true;
+}
 
 // The fields of a trace line after its function or kind: operation, address, MAC, port, VLAN.
 struct Fields {
@@ -285,6 +287,11 @@ int replay(std::istream &trace, std::string &report) {
             held.emplace_back(kind, fieldsOf(line, false));
         } else if (what == "step") {
             ++steps;
+            if (const size_t refused = hostplatform::nftCommit(); refused > 0) {
+                report = "step " + std::to_string(steps) + ": nftables refused " + std::to_string(refused) +
+                         " changes";
+                return 1;
+            }
             const auto replayed = tablePieces();
             if (!reopen(report)) {
                 return 1;
@@ -293,6 +300,7 @@ int replay(std::istream &trace, std::string &report) {
                 install(kind, fields);
             }
             held.clear();
+            hostplatform::nftCommit();
             const auto afresh = tablePieces();
             if (replayed != afresh) {
                 report = "step " + std::to_string(steps) + ": the replayed table holds\n" + joined(replayed) +
@@ -323,6 +331,10 @@ int main(int argc, char **argv) {
         return kSkipped;
     }
     std::string report;
+    if (!makeBridge(report)) {
+        std::printf("host_filter_parity: %s\n", report.c_str());
+        return 1;
+    }
     if (!hostplatform::nftOpen(report)) {
         std::printf("host_filter_parity: skipped, nftables refused the table: %s\n", report.c_str());
         return report.find("Operation not supported") != std::string::npos ? kSkipped : 1;

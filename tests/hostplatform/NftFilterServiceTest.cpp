@@ -1,6 +1,7 @@
 // The filter service against the kernel, in a network namespace of its own: the table opens, one filter of
-// each kind lands in its set and comes out again, the refusals the daemon relies on come back non-zero, a
-// renamed port's element follows its name, and closing takes the table away. Root only; skipped where there
+// each kind lands in its set at the commit and comes out again, the refusals the daemon relies on come back
+// non-zero, a renamed port's element follows its name, a transaction the kernel refuses still makes the
+// changes it can, and closing takes the table away. Root only; skipped where there
 // is no namespace or the kernel lacks the bridge's expressions.
 
 #include <gtest/gtest.h>
@@ -43,7 +44,7 @@ const Element kElements[] = {
     {"guarded_ports", "{ \"port1\" }"},
     {"permit_ip", "{ 2001:db8::4 }"},
     {"permit_mac_ip", "{ 02:00:00:00:00:04 . 2001:db8::4 }"},
-    {"permit_port_mac_ip", "{ \"port2\" . 00:00:00:00:00:00-ff:ff:ff:ff:ff:ff . 2001:db8::4 }"},
+    {"permit_port_any_mac_ip", "{ \"port2\" . 2001:db8::4 }"},
     {"permit_port_mac_ip_vlan", "{ \"port3\" . 02:00:00:00:00:04 . 2001:db8::4 . 10 }"},
     {"exempt_vlans", "{ 20 }"},
     {"neighbour_discovery", "nd-redirect"},
@@ -74,6 +75,14 @@ void expectAnswers(std::initializer_list<Request> requests, std::string &report)
     }
 }
 
+// Adds to `report` a commit that the kernel did not answer with `refused` refusals.
+void expectCommitted(size_t refused, std::string &report) {
+    if (const size_t answered = hostplatform::nftCommit(); answered != refused) {
+        report +=
+            "the commit had " + std::to_string(answered) + " refusals, not " + std::to_string(refused) + "\n";
+    }
+}
+
 // Everything the test does, in the forked child that owns the namespace; what went wrong goes to `report`.
 int inFreshNamespace(std::string &report) {
     if (unshare(CLONE_NEWNET) != 0) {
@@ -100,6 +109,7 @@ int inFreshNamespace(std::string &report) {
             {"port without a name", FRM_OperatePortDenyAllIp6FilterResource(FILTER_OP_ENABLE, 4), false},
         },
         report);
+    expectCommitted(0, report);
     for (const auto &element : kElements) {
         const auto set = listing(std::string("set bridge dhcp6snooping ") + element.set);
         if (set.find(element.text) == std::string::npos) {
@@ -119,9 +129,11 @@ int inFreshNamespace(std::string &report) {
             {"interception off again", hostplatform::nftSetDhcp6Interception(false), true},
         },
         report);
+    expectCommitted(0, report);
     // Port 1, still guarded, is renamed: its element follows, and goes when the daemon asks as before.
     hostplatform::renameFakePort(1, "uplink1");
     hostplatform::nftRefreshPorts();
+    expectCommitted(0, report);
     const auto renamed = listing("set bridge dhcp6snooping guarded_ports");
     if (renamed.find("\"uplink1\"") == std::string::npos || renamed.find("\"port1\"") != std::string::npos) {
         report += "the guarded port did not follow its new name:\n" + renamed;
@@ -129,9 +141,26 @@ int inFreshNamespace(std::string &report) {
     expectAnswers(
         {{"renamed deny-all off", FRM_OperatePortDenyAllIp6FilterResource(FILTER_OP_DISABLE, 1), true}},
         report);
+    expectCommitted(0, report);
     if (listing("set bridge dhcp6snooping guarded_ports").find("uplink1") != std::string::npos) {
         report += "the renamed port is still guarded\n";
     }
+    // A turn whose transaction the kernel refuses (a name nftables cannot hold) still makes the changes it
+    // can, and the record follows the kernel: what was refused cannot be taken out after.
+    hostplatform::renameFakePort(2, "a-name-too-long-for-nft");
+    expectAnswers({{"long name guarded", FRM_OperatePortDenyAllIp6FilterResource(FILTER_OP_ENABLE, 2), true},
+                   {"port 3 guarded", FRM_OperatePortDenyAllIp6FilterResource(FILTER_OP_ENABLE, 3), true}},
+                  report);
+    expectCommitted(1, report);
+    expectAnswers(
+        {{"long name unguarded", FRM_OperatePortDenyAllIp6FilterResource(FILTER_OP_DISABLE, 2), false},
+         {"port 3 unguarded", FRM_OperatePortDenyAllIp6FilterResource(FILTER_OP_DISABLE, 3), true}},
+        report);
+    expectCommitted(0, report);
+    if (listing("set bridge dhcp6snooping guarded_ports").find("port3") != std::string::npos) {
+        report += "port 3 is still guarded\n";
+    }
+    hostplatform::renameFakePort(2, "port2");
     hostplatform::renameFakePort(1, "port1");
     hostplatform::nftClose();
     if (!listing("table bridge dhcp6snooping").empty()) {

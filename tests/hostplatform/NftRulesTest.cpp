@@ -45,17 +45,19 @@ const Row kRows[] = {
     {"kind 2 install", permitMacAddress(Change::Add, kMac, kAddress),
      "add element bridge dhcp6snooping permit_mac_ip { 02:00:5e:0a:b0:01 . 2001:db8::10 }\n"},
     {"kind 2 remove without a MAC", permitMacAddress(Change::Delete, kNoMac, kAddress),
-     "delete element bridge dhcp6snooping permit_mac_ip { 00:00:00:00:00:00-ff:ff:ff:ff:ff:ff . 2001:db8::10 "
-     "}\n"},
+     "delete element bridge dhcp6snooping permit_any_mac_ip { 2001:db8::10 }\n"},
     {"kind 3 install", permitPortMacAddress(Change::Add, "port2", kMac, kAddress),
      "add element bridge dhcp6snooping permit_port_mac_ip { \"port2\" . 02:00:5e:0a:b0:01 . 2001:db8::10 "
      "}\n"},
     {"kind 3 install without a MAC", permitPortMacAddress(Change::Add, "port2", kNoMac, kAddress),
-     "add element bridge dhcp6snooping permit_port_mac_ip "
-     "{ \"port2\" . 00:00:00:00:00:00-ff:ff:ff:ff:ff:ff . 2001:db8::10 }\n"},
+     "add element bridge dhcp6snooping permit_port_any_mac_ip { \"port2\" . 2001:db8::10 }\n"},
     {"kind 4 install", permitPortMacAddressVlan(Change::Add, "port3", kMac, kAddress, 4094, false),
      "add element bridge dhcp6snooping permit_port_mac_ip_vlan "
      "{ \"port3\" . 02:00:5e:0a:b0:01 . 2001:db8::10 . 4094 }\n"},
+    {"kind 4 install without a MAC in the port's PVID",
+     permitPortMacAddressVlan(Change::Add, "port3", kNoMac, kAddress, 1, true),
+     "add element bridge dhcp6snooping permit_port_any_mac_ip_vlan { \"port3\" . 2001:db8::10 . 1 }\n"
+     "add element bridge dhcp6snooping permit_port_any_mac_ip_untagged { \"port3\" . 2001:db8::10 }\n"},
     {"kind 4 remove in the port's PVID",
      permitPortMacAddressVlan(Change::Delete, "port3", kMac, kAddress, 1, true),
      "delete element bridge dhcp6snooping permit_port_mac_ip_vlan "
