@@ -78,6 +78,9 @@ void forEachLine(std::string_view commands, Each each) {
 // thousands.
 struct TableRecord {
     std::unordered_set<std::string> elements;
+    // The table made anew, until the first commit: it goes with the first turn's changes, so that a table
+    // left by an earlier run (or a crashed one) is replaced by the full new one at once.
+    std::string opening;
     std::string pending;
     // The elements the pending commands touch, each with whether the table held it before them.
     std::unordered_map<std::string, bool> heldBefore;
@@ -295,8 +298,13 @@ bool nftOpen(std::string &error) {
     record() = {};
     // A kernel without the bridge meta expressions refuses the table that is limited to our bridge; the table
     // then serves every bridge of the network namespace, which is the daemon's alone where it runs in one.
+    // The kernel is only asked whether it would take the table: it is made at the first commit.
+    nft_ctx_set_dry_run(context().get(), true);
     everyBridge() = !run(nft::openTable(bridge));
-    return !everyBridge() || run(nft::openTable(std::nullopt), &error);
+    const bool taken = !everyBridge() || run(nft::openTable(std::nullopt), &error);
+    nft_ctx_set_dry_run(context().get(), false);
+    record().opening = nft::openTable(everyBridge() ? std::nullopt : std::optional(bridge));
+    return taken;
 }
 
 void nftRefreshPorts() {
@@ -315,12 +323,13 @@ void nftRefreshPorts() {
 
 size_t nftCommit() {
     auto &table = record();
-    if (table.pending.empty()) {
+    if (table.pending.empty() && table.opening.empty()) {
         return 0;
     }
+    const std::string opening = std::exchange(table.opening, {});
     const std::string batch = std::exchange(table.pending, {});
     const auto touched = std::exchange(table.heldBefore, {});
-    if (run(batch)) {
+    if (run(opening + batch)) {
         return 0;
     }
     // Refused whole: the record goes back to what the table held, and each command is tried on its own so
@@ -328,7 +337,7 @@ size_t nftCommit() {
     for (const auto &[element, held] : touched) {
         apply({held ? Change::Add : Change::Delete, element});
     }
-    size_t refused = 0;
+    size_t refused = opening.empty() || run(opening) ? 0 : 1;
     forEachLine(batch, [&refused](std::string_view text) {
         const auto line = nft::elementLine(text);
         if (line && run(std::string(text) + "\n")) {
@@ -352,7 +361,11 @@ void nftClose() {
 }
 
 int nftSetDhcp6Interception(bool on) {
-    return run(nft::dhcp6Interception(on ? Change::Add : Change::Delete)) ? 0 : kRefused;
+    const std::string off = nft::dhcp6Interception(Change::Delete);
+    if (!on && !holdsAll(off)) {
+        return context() ? 0 : kRefused;  // switching off is idempotent
+    }
+    return request(on ? Change::Add : Change::Delete, on ? nft::dhcp6Interception(Change::Add) : off);
 }
 
 }  // namespace hostplatform

@@ -7,7 +7,9 @@
 
 namespace hostplatform {
 
-// Removes a table of ours left behind by an earlier run and creates it anew, empty of filters. False, with
+// Prepares our table, empty of filters, in place of one left behind by an earlier run: the kernel is asked
+// whether it takes the table now, and gets it with the first nftCommit, together with the filters asked for
+// until then, in one transaction. Until that commit a table of an earlier run stays as it was. False, with
 // the reason in `error`, when nftables refuses.
 bool nftOpen(std::string &error);
 
@@ -29,7 +31,8 @@ bool nftTableServesEveryBridge();
 void nftClose();
 
 // While on, the bridge forwards no DHCPv6 message between its ports: the daemon receives them and forwards
-// or drops them itself. Answers 0 when nftables took the change.
+// or drops them itself. Answers 0 when the change was taken (it reaches the kernel with the next
+// nftCommit).
 int nftSetDhcp6Interception(bool on);
 
 }  // namespace hostplatform

@@ -210,9 +210,6 @@ std::optional<ElementLine> elementLine(std::string_view line) {
 }
 
 std::string dhcp6Interception(Change change) {
-    if (change == Change::Delete) {
-        return concat({"flush set ", kTable, " dhcp6_interception\n"});
-    }
     return element(change, "dhcp6_interception", "ip6");
 }
 

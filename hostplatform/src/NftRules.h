@@ -57,7 +57,6 @@ struct ElementLine {
 std::optional<ElementLine> elementLine(std::string_view line);
 
 // While on, the bridge forwards no DHCPv6 between its ports, however it is wrapped (see openTable).
-// Switching off is idempotent.
 std::string dhcp6Interception(Change change);
 
 }  // namespace hostplatform::nft

@@ -79,7 +79,7 @@ const Row kRows[] = {
     {"interception on", dhcp6Interception(Change::Add),
      "add element bridge dhcp6snooping dhcp6_interception { ip6 }\n"},
     {"interception off", dhcp6Interception(Change::Delete),
-     "flush set bridge dhcp6snooping dhcp6_interception\n"},
+     "delete element bridge dhcp6snooping dhcp6_interception { ip6 }\n"},
     {"close", closeTable(), "delete table bridge dhcp6snooping\n"},
 };
 
