@@ -6,11 +6,12 @@ set -euo pipefail
 # decoder nobody here wrote. smitools (libsmi's smilint and smidump) checks the MIB module
 # (scripts/check-mib.sh); it needs the standard modules SNMPv2-SMI, -TC and -CONF as text, which
 # Debian's libsmi packages leave out and erlang-snmp ships. The host platform reads its bridge through
-# libmnl and makes its filters as nftables rules through libnftables (nft lists them). The end-to-end test
+# libmnl and makes its filters as nftables rules through libnftables (nft lists them); it tells systemd
+# that it is ready through libsystemd, and checks the records of its binding database with zlib's CRC-32. The end-to-end test
 # on a Linux bridge runs real peers nobody here wrote: Kea's DHCPv6 server, ISC dhclient and dhcpcd as
 # clients, a rogue server built with python3-scapy, captures by tcpdump read by tshark, a flood replayed by tcpreplay, ping through source guard.
 packages=(cmake ninja-build g++ libgtest-dev libgmock-dev libbenchmark-dev clang-format clang-tidy clang
-  libclang-rt-14-dev pkg-config libpcap-dev tshark smitools erlang-snmp libmnl-dev libnftables-dev nftables
+  libclang-rt-14-dev pkg-config libpcap-dev tshark smitools erlang-snmp libmnl-dev libnftables-dev nftables libsystemd-dev zlib1g-dev
   nlohmann-json3-dev iproute2 kea-dhcp6-server isc-dhcp-client dhcpcd-base tcpdump tcpreplay iputils-ping python3-scapy)
 missing=()
 for package in "${packages[@]}"; do

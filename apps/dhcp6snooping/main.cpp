@@ -1,10 +1,46 @@
 // The daemon on a Linux host: the bridge named in the platform's settings is the switch. The process takes
-// no options; it is configured through dhcp6snoopingctl and stopped with SIGTERM.
+// no options: it starts the daemon, enters the boot configuration, takes back the clients of its binding
+// database, tells systemd that it is ready, and serves until SIGTERM. SIGHUP enters the boot configuration
+// again.
+
+#include <syslog.h>
 
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
+#include <fstream>
+#include <sstream>
 
+#include "BindingDatabase.h"
+#include "ConfigService.h"
+#include "HostLifecycle.h"
+#include "core/MainLoop.h"
 #include "core/Startup.h"
+
+namespace {
+
+// Enters the boot configuration line by line, as a switch boots: a refused line is logged and the others
+// are entered all the same.
+void enterBootConfiguration() {
+    const std::string &path = hostplatform::hostSettings().bootConfig;
+    std::ifstream file(path);
+    if (!file) {
+        hostplatform::logLine(LOG_INFO,
+                              "no boot configuration at " + path + ": the daemon starts with the defaults");
+        return;
+    }
+    std::stringstream text;
+    text << file.rdbuf();
+    const auto refused = hostplatform::enterConfigText(text.str());
+    for (const auto &error : refused) {
+        hostplatform::logLine(LOG_ERR, "boot configuration " + path + " " + hostplatform::describe(error));
+    }
+    hostplatform::logLine(
+        refused.empty() ? LOG_NOTICE : LOG_ERR,
+        "boot configuration " + path + " entered, " + std::to_string(refused.size()) + " lines refused");
+}
+
+}  // namespace
 
 int main(int argc, char *argv[]) {
     if (argc > 1) {
@@ -12,11 +48,24 @@ int main(int argc, char *argv[]) {
         std::fprintf(help ? stdout : stderr,
                      "usage: %s\n"
                      "DHCPv6 snooping and IPv6 source guard on a Linux bridge. It takes no options: the\n"
-                     "bridge and the management socket are set in /etc/dhcp6snooping/platform.conf (or the\n"
-                     "file DHCP6SNOOPING_PLATFORM_CONF names), the rest with dhcp6snoopingctl(8).\n"
-                     "See dhcp6snooping(8).\n",
+                     "bridge, the management socket, the boot configuration and the binding database are\n"
+                     "set in /etc/dhcp6snooping/platform.conf (or the file DHCP6SNOOPING_PLATFORM_CONF\n"
+                     "names), the rest with dhcp6snoopingctl(8). See dhcp6snooping(8).\n",
                      argv[0]);
         return help ? 0 : 2;
     }
-    return dhcp6snoopingMain(argc, argv);
+    if (dhcp6snoopingStartup(argv[0]) != 0) {
+        return EXIT_FAILURE;
+    }
+    enterBootConfiguration();
+    const std::string &database = hostplatform::hostSettings().bindingDatabase;
+    bindingdb::restore(database);
+    bindingdb::keepWritten(database);
+    hostplatform::onHangup(enterBootConfiguration);
+    // The filters of the boot configuration and of the clients taken back go to the kernel together, in
+    // the transaction that replaces a table an earlier run left behind.
+    hostplatform::reportReady();
+    for (;;) {
+        dhcp6snoopingServeNextMessage();
+    }
 }

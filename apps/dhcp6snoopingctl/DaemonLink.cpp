@@ -44,7 +44,7 @@ mgmt::DecodedRemoteCall DaemonLink::require(uint32_t callNumber, const std::vect
 std::vector<std::string> DaemonLink::portNames() {
     if (!portNames_) {
         const auto reply = exchange(mgmt::encodePlatformRequest(mgmt::kPortNamesMessage));
-        std::string_view text = mgmt::replyText(reply);
+        std::string_view text = mgmt::messageText(reply);
         portNames_.emplace();
         while (!text.empty()) {
             const size_t end = std::min(text.find('\n'), text.size());
@@ -61,9 +61,17 @@ std::string DaemonLink::runningConfig() {
         mgmt::loadAt<int32_t>(reply, mgmt::kResultOffset) != 0) {
         throw CommandFailure("the daemon could not write its running configuration");
     }
-    std::string text(mgmt::replyText(reply));
+    std::string text(mgmt::messageText(reply));
     std::erase(text, '\r');
     return text;
+}
+
+std::pair<int32_t, std::string> DaemonLink::platformRequest(uint16_t type, std::string_view text) {
+    const auto reply = exchange(mgmt::encodePlatformRequest(type, text));
+    if (mgmt::messageType(reply) != type) {
+        throw CommandFailure("the daemon does not take this request; is it older than this command?");
+    }
+    return {mgmt::loadAt<int32_t>(reply, mgmt::kResultOffset), std::string(mgmt::messageText(reply))};
 }
 
 std::optional<uint32_t> DaemonLink::portNamed(std::string name) {

@@ -9,6 +9,8 @@
 #include <optional>
 #include <stdexcept>
 #include <string>
+#include <string_view>
+#include <utility>
 #include <vector>
 
 #include "mgmt_protocol/ManagementHeader.h"
@@ -49,6 +51,9 @@ class DaemonLink {
 
     std::vector<std::string> portNames();
     std::string runningConfig();
+    // A request the daemon's platform answers itself (mgmt::kCheckConfigMessage and after): its result and
+    // its text.
+    std::pair<int32_t, std::string> platformRequest(uint16_t type, std::string_view text = {});
     // The port named `name` (leading blanks ignored), or nothing.
     std::optional<uint32_t> portNamed(std::string name);
 

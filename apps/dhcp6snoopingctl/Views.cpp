@@ -1,9 +1,13 @@
 #include "Views.h"
 
 #include <arpa/inet.h>
+#include <sys/stat.h>
 
+#include <algorithm>
 #include <array>
 #include <cstdio>
+#include <ctime>
+#include <sstream>
 
 #include "core/SharedTypes.h"
 #include "mgmt/PortVlanSettings.h"
@@ -191,6 +195,27 @@ json exemptVlansView(DaemonLink &daemon) {
     return vlans;
 }
 
+json storageView(DaemonLink &daemon) {
+    const auto [result, text] = daemon.platformRequest(mgmt::kStoragePathsMessage);
+    if (result != 0) {
+        throw CommandFailure("the daemon did not say where it keeps its files");
+    }
+    json value = json::object();
+    std::istringstream lines(text);
+    for (std::string name, path; lines >> name >> path;) {
+        json file = {{"path", path}};
+        struct stat facts {};
+        file["exists"] = stat(path.c_str(), &facts) == 0;
+        if (file["exists"].get<bool>()) {
+            file["age_seconds"] = std::max<int64_t>(0, std::time(nullptr) - facts.st_mtime);
+            file["bytes"] = facts.st_size;
+        }
+        std::replace(name.begin(), name.end(), '-', '_');
+        value[name] = file;
+    }
+    return value;
+}
+
 std::string viewText(const std::string &view, const json &value) {
     std::string text;
     const auto line = [&text](const std::string &s) { text += s + "\n"; };
@@ -242,6 +267,13 @@ std::string viewText(const std::string &view, const json &value) {
     } else if (view == "exempt-vlans") {
         for (const auto &v : value) {
             line(v.dump());
+        }
+    } else if (view == "storage") {
+        for (const auto &[name, file] : value.items()) {
+            line(name + ": " + file["path"].get<std::string>() +
+                 (file["exists"].get<bool>() ? ", written " + file["age_seconds"].dump() + " s ago, " +
+                                                   file["bytes"].dump() + " bytes"
+                                             : ", not written yet"));
         }
     }
     return text;

@@ -16,6 +16,8 @@ nlohmann::json vlansView(DaemonLink &daemon);
 nlohmann::json clientsView(DaemonLink &daemon);
 nlohmann::json bindingsView(DaemonLink &daemon);
 nlohmann::json exemptVlansView(DaemonLink &daemon);
+// Where the daemon keeps its boot configuration and binding database, and how old each file is.
+nlohmann::json storageView(DaemonLink &daemon);
 
 // The view as lines of text for a terminal.
 std::string viewText(const std::string &view, const nlohmann::json &value);

@@ -28,9 +28,12 @@ constexpr int kUsage = 2;
 constexpr char kUsageText[] = R"(usage: dhcp6snoopingctl [--socket PATH] [-j|--json] COMMAND
 
 Commands:
-  show global | ports | vlans | clients | bindings | exempt-vlans | running-config
-  config LINE...          enter each LINE as a line of running-configuration text
-  apply FILE|-            enter a saved running configuration from FILE or standard input
+  show global | ports | vlans | clients | bindings | exempt-vlans | running-config | storage
+  config LINE...          enter the LINEs as running-configuration text, all of them or none
+  apply [--check] FILE|-  enter a saved running configuration from FILE or standard input, all of it or
+                          none; with --check, only say which lines the daemon would refuse
+  save                    write the running configuration to the boot configuration file
+  show storage            where the boot configuration and the binding database are, and their age
   clear clients [port NAME | vlan ID | mac MAC | address IPV6]
   reset                   return every setting to its default
 
@@ -83,10 +86,12 @@ int show(const Options &options) {
         {"global", ctl::globalView},     {"ports", ctl::portsView},
         {"vlans", ctl::vlansView},       {"clients", ctl::clientsView},
         {"bindings", ctl::bindingsView}, {"exempt-vlans", ctl::exemptVlansView},
+        {"storage", ctl::storageView},
     };
     if (options.words.size() != 2) {
         throw UsageError(
-            "show takes one of: global, ports, vlans, clients, bindings, exempt-vlans, running-config");
+            "show takes one of: global, ports, vlans, clients, bindings, exempt-vlans, running-config, "
+            "storage");
     }
     const std::string &view = options.words[1];
     if (view == "running-config") {
@@ -104,38 +109,53 @@ int show(const Options &options) {
     return 0;
 }
 
-int enter(const Options &options, const std::string &text) {
+// Enters `text` whole or not at all (or, for mgmt::kCheckConfigMessage, only checks it): the lines that the
+// command line itself cannot read are refused first, with `unreadable` as the exit code and nothing sent;
+// then the daemon checks every line on a copy of itself before it enters any. Each refused line is printed
+// with its number and reason.
+int enter(const Options &options, const std::string &text, uint16_t request, int unreadable) {
     ctl::DaemonLink daemon(options.socket);
-    const mgmt::CallDaemon callDaemon = [&daemon](uint32_t callNumber,
-                                                  const std::vector<mgmt::Bytes> &arguments) {
-        const auto reply = daemon.call(callNumber, arguments);
-        return reply ? std::optional<int32_t>(reply->result) : std::nullopt;
+    const mgmt::CallDaemon readOnly = [](uint32_t, const std::vector<mgmt::Bytes> &) {
+        return std::optional<int32_t>(0);
     };
     const mgmt::FindPort findPort = [&daemon](std::string_view name) {
         return daemon.portNamed(std::string(name));
     };
-    const auto errors = mgmt::applyConfigText(text, callDaemon, findPort);
+    const auto errors = mgmt::applyConfigText(text, readOnly, findPort);
     for (const auto &error : errors) {
         std::cerr << "line " << error.lineNumber << ": " << error.line << ": " << error.reason << "\n";
     }
-    return errors.empty() ? 0 : kRefused;
+    if (!errors.empty()) {
+        std::cerr << "dhcp6snoopingctl: nothing was entered\n";
+        return unreadable;
+    }
+    const auto [refused, described] = daemon.platformRequest(request, text);
+    std::cerr << described;
+    if (refused != 0) {
+        std::cerr << "dhcp6snoopingctl: nothing was entered\n";
+        return kRefused;
+    }
+    return 0;
 }
 
 int apply(const Options &options) {
-    if (options.words.size() != 2) {
-        throw UsageError("apply takes one file, or - for standard input");
+    const bool check = options.words.size() == 3 && options.words[1] == "--check";
+    if (options.words.size() != (check ? 3U : 2U)) {
+        throw UsageError("apply takes one file, or - for standard input, after --check if given");
     }
+    const std::string &name = options.words.back();
     std::stringstream text;
-    if (options.words[1] == "-") {
+    if (name == "-") {
         text << std::cin.rdbuf();
     } else {
-        std::ifstream file(options.words[1]);
+        std::ifstream file(name);
         if (!file) {
-            throw ctl::CommandFailure("cannot read " + options.words[1]);
+            throw ctl::CommandFailure("cannot read " + name);
         }
         text << file.rdbuf();
     }
-    return enter(options, text.str());
+    return enter(options, text.str(), check ? mgmt::kCheckConfigMessage : mgmt::kApplyConfigMessage,
+                 kRefused);
 }
 
 int config(const Options &options) {
@@ -146,7 +166,19 @@ int config(const Options &options) {
     for (size_t i = 1; i < options.words.size(); ++i) {
         text += options.words[i] + "\n";
     }
-    return enter(options, text);
+    return enter(options, text, mgmt::kApplyConfigMessage, kUsage);
+}
+
+int save(const Options &options) {
+    if (options.words.size() != 1) {
+        throw UsageError("save takes no arguments");
+    }
+    const auto [result, text] = ctl::DaemonLink(options.socket).platformRequest(mgmt::kSaveConfigMessage);
+    if (result != 0) {
+        throw ctl::CommandFailure("the running configuration was not saved: " + text);
+    }
+    std::cout << "saved the running configuration to " << text << "\n";
+    return 0;
 }
 
 int clearClients(const Options &options) {
@@ -229,6 +261,9 @@ int main(int argc, char *argv[]) {
         }
         if (command == "config") {
             return config(options);
+        }
+        if (command == "save") {
+            return save(options);
         }
         if (command == "clear") {
             return clearClients(options);

@@ -1,8 +1,11 @@
 #include "HostSettings.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <fstream>
+#include <iterator>
 #include <sstream>
+#include <utility>
 
 namespace hostplatform {
 namespace {
@@ -39,13 +42,20 @@ std::optional<HostSettings> parseSettings(std::string_view text, std::string &er
         if (equals == std::string_view::npos || value.empty()) {
             return refuse("expected \"key = value\"");
         }
-        if (key == "bridge") {
-            settings.bridge = value;
-        } else if (key == "socket") {
+        static const std::pair<std::string_view, std::string HostSettings::*> kPaths[] = {
+            {"socket", &HostSettings::socketPath},
+            {"boot-config", &HostSettings::bootConfig},
+            {"binding-database", &HostSettings::bindingDatabase},
+        };
+        const auto *path = std::find_if(std::begin(kPaths), std::end(kPaths),
+                                        [&key](const auto &entry) { return entry.first == key; });
+        if (path != std::end(kPaths)) {
             if (value.front() != '/') {
-                return refuse("the socket path must be absolute");
+                return refuse("the " + std::string(key) + " path must be absolute");
             }
-            settings.socketPath = value;
+            settings.*(path->second) = value;
+        } else if (key == "bridge") {
+            settings.bridge = value;
         } else if (key == "socket-group") {
             settings.socketGroup = value;
         } else if (key == "trace") {

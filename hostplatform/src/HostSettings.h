@@ -18,10 +18,15 @@ struct HostSettings {
     std::string socketPath = "/run/dhcp6snooping/mgmt.sock";
     std::string socketGroup;  // empty: root alone may manage the daemon
     bool trace = false;
+    // The configuration the daemon starts with, in the running-configuration syntax; one that does not
+    // exist is an empty one.
+    std::string bootConfig = "/etc/dhcp6snooping/dhcp6snooping.conf";
+    // The learned clients, kept across restarts.
+    std::string bindingDatabase = "/var/lib/dhcp6snooping/bindings";
 };
 
-// Reads "key = value" lines; "#" starts a comment. Nothing, with the reason in `error`, for an unknown key
-// or a bad value.
+// Reads "key = value" lines (paths must be absolute); "#" starts a comment. Nothing, with the reason in
+// `error`, for an unknown key or a bad value.
 std::optional<HostSettings> parseSettings(std::string_view text, std::string &error);
 
 // The settings from the file that the environment names, or else from kSettingsPath; the defaults when

@@ -2,10 +2,12 @@
 // Everything the host platform holds for the one daemon process it serves.
 
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <vector>
 
 #include "BridgeModel.h"
+#include "HostLifecycle.h"
 #include "HostSettings.h"
 #include "MgmtServer.h"
 #include "NetlinkSession.h"
@@ -35,6 +37,8 @@ struct HostState {
     int timerTicks = -1;
     int stopSignals = -1;
     size_t lastRequestLength = 0;  // of the management request last handed to the daemon
+    std::vector<uint8_t> request;  // the management request being served, of any size the platform takes
+    bool quiet = false;            // no log line at all: a copy of the daemon that checks a configuration
     // What the packet path did, told in the log when the daemon stops.
     uint64_t framesHandled = 0;
     uint64_t framesDropped = 0;
@@ -43,14 +47,15 @@ struct HostState {
     LinkChangeCallback linkChange = nullptr;
     VosTimerCallback timer = nullptr;
     VosBldrunCallback runningConfig = nullptr;
+    // The executable's own work (HostLifecycle.h).
+    std::vector<std::function<void()>> secondWork;
+    std::vector<std::function<void()>> stopWork;
+    std::vector<std::function<void()>> hangupWork;
 };
 
 HostState &host();
 
 // Hands one received frame to the registration that matches it (PacketService.cpp).
 void deliverFrame(void *context, const ReceivedFrame &received);
-
-// Writes a line to the system log at `priority` (SyslogService.cpp).
-void logLine(int priority, const std::string &text);
 
 }  // namespace hostplatform

@@ -4,6 +4,8 @@
 #include <string>
 #include <vector>
 
+#include "AtomicFile.h"
+#include "ConfigService.h"
 #include "mgmt_protocol/ManagementHeader.h"
 
 namespace hostplatform {
@@ -16,16 +18,24 @@ constexpr int32_t kRefused = -1;
 
 }  // namespace
 
+// The daemon's running configuration, or nothing when it gave none.
+std::optional<std::string> runningConfigText(const HostState &state) {
+    if (state.runningConfig == nullptr) {
+        return std::nullopt;
+    }
+    std::vector<char> text(kRunningConfigCapacity + 1, '\0');
+    uint32_t remaining = kRunningConfigCapacity;
+    if (state.runningConfig(text.data(), &remaining) != 0) {
+        return std::nullopt;
+    }
+    return std::string(text.data());
+}
+
 std::optional<mgmt::Bytes> platformReply(std::span<const uint8_t> request, const HostState &state) {
     const auto type = mgmt::messageType(request);
     if (type == mgmt::kRunningConfigMessage) {
-        if (state.runningConfig == nullptr) {
-            return mgmt::encodeRunningConfigReply(kRefused, "");
-        }
-        std::vector<char> text(kRunningConfigCapacity + 1, '\0');
-        uint32_t remaining = kRunningConfigCapacity;
-        const auto result = static_cast<int32_t>(state.runningConfig(text.data(), &remaining));
-        return mgmt::encodeRunningConfigReply(result, text.data());
+        const auto text = runningConfigText(state);
+        return mgmt::encodePlatformReply(type, text ? 0 : kRefused, text.value_or(""));
     }
     if (type == mgmt::kPortNamesMessage) {
         std::vector<std::string> names;
@@ -34,6 +44,29 @@ std::optional<mgmt::Bytes> platformReply(std::span<const uint8_t> request, const
             names.push_back(port.name);
         }
         return mgmt::encodePortNamesReply(names);
+    }
+    if (type == mgmt::kCheckConfigMessage || type == mgmt::kApplyConfigMessage) {
+        const auto text = mgmt::messageText(request);
+        const auto errors =
+            type == mgmt::kCheckConfigMessage ? checkConfigText(text) : enterConfigTextWhole(text);
+        std::string described;
+        for (const auto &error : errors) {
+            described += describe(error) + "\n";
+        }
+        return mgmt::encodePlatformReply(type, static_cast<int32_t>(errors.size()), described);
+    }
+    if (type == mgmt::kSaveConfigMessage) {
+        const auto text = runningConfigText(state);
+        std::string error = "the daemon gave no running configuration";
+        if (!text || !replaceFile(state.settings.bootConfig, *text, error)) {
+            return mgmt::encodePlatformReply(type, kRefused, error);
+        }
+        return mgmt::encodePlatformReply(type, 0, state.settings.bootConfig);
+    }
+    if (type == mgmt::kStoragePathsMessage) {
+        return mgmt::encodePlatformReply(type, 0,
+                                         "boot-config " + state.settings.bootConfig + "\nbinding-database " +
+                                             state.settings.bindingDatabase + "\n");
     }
     return std::nullopt;
 }

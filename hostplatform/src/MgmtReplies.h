@@ -1,7 +1,8 @@
 #pragma once
-// The management requests that the host platform answers itself, without the daemon's main loop: the
-// running configuration (the daemon's callback, run on its thread from inside its wait) and the names of
-// the ports.
+// The management requests that the host platform answers itself, without the daemon's main loop, on the
+// daemon's thread from inside its wait: the running configuration (the daemon's callback), the names of the
+// ports, configuration text checked or entered whole, the running configuration saved as the boot
+// configuration, and where the platform keeps its files.
 
 #include <cstdint>
 #include <optional>

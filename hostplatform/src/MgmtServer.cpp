@@ -1,6 +1,8 @@
 #include "MgmtServer.h"
 
+#include <fcntl.h>
 #include <grp.h>
+#include <sys/file.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
@@ -51,6 +53,19 @@ bool MgmtServer::open(const std::string &path, const std::string &groupName, int
         error = failure("directory " + directory.string());
         return false;
     }
+    const std::string lockPath = path + ".lock";
+    lock_ = ::open(lockPath.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600);
+    if (lock_ < 0) {
+        error = failure("lock " + lockPath);
+        return false;
+    }
+    if (flock(lock_, LOCK_EX | LOCK_NB) != 0) {
+        error = errno == EWOULDBLOCK ? "another dhcp6snooping is running: it holds " + lockPath
+                                     : failure("lock " + lockPath);
+        ::close(lock_);
+        lock_ = -1;
+        return false;
+    }
     listen_ = socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
     address.sun_family = AF_UNIX;
     std::memcpy(address.sun_path, path.c_str(), path.size());
@@ -78,6 +93,10 @@ void MgmtServer::close() {
         unlink(path_.c_str());
         path_.clear();
     }
+    if (lock_ >= 0) {
+        ::close(lock_);  // the lock file stays: removing it would race with a server that opens it now
+        lock_ = -1;
+    }
 }
 
 int MgmtServer::accept() {
@@ -99,8 +118,14 @@ void MgmtServer::drop(int connection) {
     }
 }
 
-long MgmtServer::receive(int connection, std::span<uint8_t> buffer) const {
-    const ssize_t length = recv(connection, buffer.data(), buffer.size(), MSG_TRUNC);
+long MgmtServer::receive(int connection, std::vector<uint8_t> &message, size_t most) const {
+    uint8_t none = 0;
+    const ssize_t waiting = recv(connection, &none, 0, MSG_PEEK | MSG_TRUNC);
+    if (waiting < 0) {
+        return errno == EAGAIN || errno == EWOULDBLOCK || errno == EINTR ? -1 : 0;
+    }
+    message.resize(std::min(static_cast<size_t>(waiting), most));
+    const ssize_t length = recv(connection, message.data(), message.size(), MSG_TRUNC);
     if (length < 0) {
         return errno == EAGAIN || errno == EWOULDBLOCK || errno == EINTR ? -1 : 0;
     }

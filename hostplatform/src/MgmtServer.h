@@ -17,7 +17,9 @@ class MgmtServer {
     MgmtServer &operator=(const MgmtServer &) = delete;
     ~MgmtServer();
 
-    // Creates the socket at `path` (and its directory), owned by group `groupName` when one is named.
+    // Creates the socket at `path` (and its directory), owned by group `groupName` when one is named. One
+    // server per path: it holds a lock on "`path`.lock" for as long as it is open, and refuses to open while
+    // another process holds it, leaving that one's socket alone.
     bool open(const std::string &path, const std::string &groupName, int backlog, std::string &error);
     // Removes the socket from the file system.
     void close();
@@ -28,14 +30,16 @@ class MgmtServer {
     int accept();
     void drop(int connection);
 
-    // The next datagram of `connection` into `buffer`: its full length (which may exceed the buffer's, the
-    // rest being cut off), 0 when the peer has gone, -1 when nothing is waiting.
-    [[nodiscard]] long receive(int connection, std::span<uint8_t> buffer) const;
+    // The next datagram of `connection` into `message`, which takes its size when that is at most `most`
+    // bytes: its full length (a longer one is read and thrown away), 0 when the peer has gone, -1 when
+    // nothing is waiting.
+    [[nodiscard]] long receive(int connection, std::vector<uint8_t> &message, size_t most) const;
     // 0 when the reply was sent whole.
     [[nodiscard]] int reply(int connection, std::span<const uint8_t> message) const;
 
   private:
     int listen_ = -1;
+    int lock_ = -1;
     std::string path_;
     std::vector<int> connections_;
 };

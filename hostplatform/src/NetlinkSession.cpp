@@ -131,6 +131,10 @@ bool NetlinkSession::open(BridgeModel &model, std::string &error) {
         error = "there is no interface named " + model.name;
         return false;
     }
+    if (!bridge->vlanFiltering) {  // told of bridges alone
+        error = model.name + " is not a bridge";
+        return false;
+    }
     model.ifindex = bridge->ifindex;
     model.mac = bridge->mac.value_or(Mac{});
     model.vlanFiltering = bridge->vlanFiltering.value_or(false);

@@ -1,12 +1,14 @@
 // Process start, the management queue, the timer and the clock of the host platform. Everything the daemon
 // is told of (frames, timer ticks, link changes, running-configuration requests) is served from inside its
-// wait in vosMsgRecv, on its own thread, one at a time; a stop signal ends the process there, after taking
-// the daemon's filters out of the bridge.
+// wait in vosMsgRecv, on its own thread, one at a time; a stop signal, or a wait that fails, ends the process
+// there through one path (stopProcess), after the executable's stop work and taking the daemon's filters
+// out of the bridge.
 
 #include <sys/epoll.h>
 #include <sys/signalfd.h>
 #include <sys/timerfd.h>
 #include <syslog.h>
+#include <systemd/sd-daemon.h>
 #include <unistd.h>
 
 #include <array>
@@ -16,7 +18,10 @@
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
+#include <functional>
+#include <utility>
 
+#include "HostLifecycle.h"
 #include "HostState.h"
 #include "MgmtReplies.h"
 #include "NftFilterService.h"
@@ -31,6 +36,8 @@ constexpr uint32_t kTimerHandle = 1;
 constexpr int32_t kFailed = -1;
 // Ticks missed while the daemon was busy are made up, but never more than a minute's worth at once.
 constexpr uint64_t kMostTicksMadeUp = 60;
+// The largest request taken: configuration text of a few thousand lines.
+constexpr size_t kLargestRequest = 1U << 20U;
 
 // What a reply address holds on this platform: the connection the request came on.
 struct ReplyTo {
@@ -64,12 +71,15 @@ bool start(HostState &state, std::string &error) {
                                  ": the filters apply to every bridge of this network namespace");
     }
     gul_max_port_num = static_cast<uint32_t>(state.bridge.ports.size());
-    sigset_t stop;
-    sigemptyset(&stop);
-    sigaddset(&stop, SIGTERM);
-    sigaddset(&stop, SIGINT);
-    sigprocmask(SIG_BLOCK, &stop, nullptr);
-    state.stopSignals = signalfd(-1, &stop, SFD_CLOEXEC | SFD_NONBLOCK);
+    // A peer that went away is told by the send that failed, not by a signal that ends the process.
+    std::signal(SIGPIPE, SIG_IGN);
+    sigset_t handled;
+    sigemptyset(&handled);
+    for (const int signal : {SIGTERM, SIGINT, SIGQUIT, SIGHUP}) {
+        sigaddset(&handled, signal);
+    }
+    sigprocmask(SIG_BLOCK, &handled, nullptr);
+    state.stopSignals = signalfd(-1, &handled, SFD_CLOEXEC | SFD_NONBLOCK);
     state.events = epoll_create1(EPOLL_CLOEXEC);
     if (state.stopSignals < 0 || state.events < 0 || !watch(state.stopSignals) ||
         !watch(state.netlink.noticeDescriptor()) || !watch(state.packets.descriptor())) {
@@ -91,7 +101,10 @@ void handleFrames(HostState &state) {
     state.secondsHandling += secondsNow() - start;
 }
 
-[[noreturn]] void stopProcess(HostState &state) {
+[[noreturn]] void stopProcess(HostState &state, int code) {
+    for (const auto &work : state.stopWork) {
+        work();
+    }
     state.framesDropped += state.packets.droppedSinceLastAsked();
     char rate[160];
     std::snprintf(
@@ -105,7 +118,22 @@ void handleFrames(HostState &state) {
     logLine(LOG_INFO, "stopping; the filters of the daemon are taken out of bridge " + state.bridge.name);
     nftClose();
     state.mgmt.close();
-    std::exit(EXIT_SUCCESS);
+    std::exit(code);
+}
+
+// A stop signal ends the process; SIGHUP runs the executable's work for it.
+void serveSignal(HostState &state) {
+    signalfd_siginfo signal{};
+    if (read(state.stopSignals, &signal, sizeof signal) != sizeof signal) {
+        return;
+    }
+    if (signal.ssi_signo != SIGHUP) {
+        stopProcess(state, EXIT_SUCCESS);
+    }
+    logLine(LOG_NOTICE, "SIGHUP: reloading");
+    for (const auto &work : state.hangupWork) {
+        work();
+    }
 }
 
 void tick(HostState &state) {
@@ -116,6 +144,9 @@ void tick(HostState &state) {
     }
     for (uint64_t i = 0; i < std::min(expirations, kMostTicksMadeUp); ++i) {
         state.timer();
+    }
+    for (const auto &work : state.secondWork) {
+        work();
     }
 }
 
@@ -152,7 +183,7 @@ void answerOrDrop(HostState &state, int connection, std::span<const uint8_t> rep
 // Serves a request of a connection that the platform answers itself; answers the length of a request that
 // is the daemon's (now in `buffer`), or 0.
 int32_t serveConnection(HostState &state, int connection, std::span<uint8_t> buffer) {
-    const long length = state.mgmt.receive(connection, buffer);
+    const long length = state.mgmt.receive(connection, state.request, kLargestRequest);
     if (length == 0) {
         state.mgmt.drop(connection);
         return 0;
@@ -160,15 +191,19 @@ int32_t serveConnection(HostState &state, int connection, std::span<uint8_t> buf
     if (length < 0) {
         return 0;
     }
-    if (static_cast<size_t>(length) > buffer.size()) {
-        answerOrDrop(state, connection, refusedReply(buffer));  // larger than any request can be
+    if (static_cast<size_t>(length) > state.request.size()) {
+        answerOrDrop(state, connection, refusedReply(state.request));  // larger than any request can be
         return 0;
     }
-    const auto request = buffer.first(static_cast<size_t>(length));
-    if (const auto answer = platformReply(request, state)) {
+    if (const auto answer = platformReply(state.request, state)) {
         answerOrDrop(state, connection, *answer);
         return 0;
     }
+    if (state.request.size() > buffer.size()) {
+        answerOrDrop(state, connection, refusedReply(state.request));
+        return 0;
+    }
+    std::copy(state.request.begin(), state.request.end(), buffer.begin());
     return static_cast<int32_t>(length);
 }
 
@@ -177,6 +212,27 @@ int32_t serveConnection(HostState &state, int connection, std::span<uint8_t> buf
 HostState &host() {
     static HostState state;
     return state;
+}
+
+const HostSettings &hostSettings() {
+    return host().settings;
+}
+
+void everySecond(std::function<void()> work) {
+    host().secondWork.push_back(std::move(work));
+}
+
+void atStop(std::function<void()> work) {
+    host().stopWork.push_back(std::move(work));
+}
+
+void onHangup(std::function<void()> work) {
+    host().hangupWork.push_back(std::move(work));
+}
+
+void reportReady() {
+    commitFilters();
+    sd_notify(0, "READY=1");
 }
 
 }  // namespace hostplatform
@@ -235,7 +291,8 @@ int32_t vosMsgRecv(uint32_t queueHandle, void *buffer, uint32_t bufferSize, int3
         hostplatform::commitFilters();
         const int count = epoll_wait(state.events, ready.data(), static_cast<int>(ready.size()), -1);
         if (count < 0 && errno != EINTR) {
-            return hostplatform::kFailed;
+            hostplatform::logLine(LOG_ERR, std::string("waiting for events: ") + std::strerror(errno));
+            hostplatform::stopProcess(state, EXIT_FAILURE);
         }
         for (int i = 0; i < count; ++i) {
             const int descriptor = ready[static_cast<size_t>(i)].data.fd;
@@ -246,7 +303,7 @@ int32_t vosMsgRecv(uint32_t queueHandle, void *buffer, uint32_t bufferSize, int3
             } else if (descriptor == state.timerTicks) {
                 hostplatform::tick(state);
             } else if (descriptor == state.stopSignals) {
-                hostplatform::stopProcess(state);
+                hostplatform::serveSignal(state);
             } else if (descriptor == state.mgmt.listenDescriptor()) {
                 if (const int connection = state.mgmt.accept(); connection >= 0) {
                     hostplatform::watch(connection);

@@ -16,7 +16,9 @@ constexpr uint32_t kDebugLevel = LOG_DEBUG;
 }  // namespace
 
 void logLine(int priority, const std::string &text) {
-    syslog(priority, "%s", text.c_str());
+    if (!host().quiet) {
+        syslog(priority, "%s", text.c_str());
+    }
 }
 
 }  // namespace hostplatform

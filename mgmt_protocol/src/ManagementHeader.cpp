@@ -62,12 +62,12 @@ std::optional<DecodedRemoteCall> decodeRemoteCall(std::span<const uint8_t> messa
     return call;
 }
 
-Bytes encodePlatformRequest(uint16_t type) {
-    return withText(type, 0, "");
+Bytes encodePlatformRequest(uint16_t type, std::string_view text) {
+    return withText(type, 0, text);
 }
 
-Bytes encodeRunningConfigReply(int32_t result, std::string_view text) {
-    return withText(kRunningConfigMessage, result, text);
+Bytes encodePlatformReply(uint16_t type, int32_t result, std::string_view text) {
+    return withText(type, result, text);
 }
 
 Bytes encodePortNamesReply(const std::vector<std::string> &names) {
@@ -79,7 +79,7 @@ Bytes encodePortNamesReply(const std::vector<std::string> &names) {
     return withText(kPortNamesMessage, 0, text);
 }
 
-std::string_view replyText(std::span<const uint8_t> reply) {
+std::string_view messageText(std::span<const uint8_t> reply) {
     if (reply.size() <= kHeaderSize) {
         return {};
     }

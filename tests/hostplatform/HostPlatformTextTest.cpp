@@ -15,19 +15,23 @@ namespace {
 TEST(HostSettings, AFileSetsEveryKeyAndBadLinesAreNamed) {
     std::string error;
     const auto settings = parseSettings(
-        "# the test bed\nbridge = sw0\n\nsocket=/tmp/s.sock  # ours\nsocket-group = netadm\ntrace = on\n",
+        "# the test bed\nbridge = sw0\n\nsocket=/tmp/s.sock  # ours\nsocket-group = netadm\ntrace = on\n"
+        "boot-config = /tmp/boot.conf\nbinding-database = /tmp/db\n",
         error);
     ASSERT_TRUE(settings) << error;
     EXPECT_EQ(settings->bridge, "sw0");
     EXPECT_EQ(settings->socketPath, "/tmp/s.sock");
     EXPECT_EQ(settings->socketGroup, "netadm");
     EXPECT_TRUE(settings->trace);
+    EXPECT_EQ(settings->bootConfig, "/tmp/boot.conf");
+    EXPECT_EQ(settings->bindingDatabase, "/tmp/db");
 
     const std::vector<std::pair<std::string, std::string>> refused = {
         {"bridge\n", "line 1: expected \"key = value\""},
         {"bridge = br0\nports = 4\n", "line 2: unknown setting \"ports\""},
         {"trace = yes\n", "line 1: trace is on or off"},
         {"socket = run/x.sock\n", "line 1: the socket path must be absolute"},
+        {"binding-database = db\n", "line 1: the binding-database path must be absolute"},
         {"bridge =\n", "line 1: expected \"key = value\""},
     };
     for (const auto &[text, reason] : refused) {

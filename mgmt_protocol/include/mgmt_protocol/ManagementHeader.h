@@ -8,9 +8,12 @@
 //
 // A remote call (type 2) carries per argument a u32 length and then that many bytes; the reply is the same
 // message with the outputs written over the arguments and the result filled in. A call that cannot be
-// served goes back with no data. The platform answers two requests itself, without the daemon: the running
-// configuration (type 3) and the names of the ports (type 4). Their replies may be longer than a 16-bit
-// length says, so their data is everything behind the header: the text, or the names one per line.
+// served goes back with no data. The platform answers its own requests, without the daemon's main loop: the
+// running configuration (type 3), the names of the ports (type 4), configuration text checked on a copy of
+// the daemon (5) or entered whole or not at all (6), the running configuration saved as the boot
+// configuration (7), and where the boot configuration and the binding database are kept (8). Their
+// requests and replies may be longer than a 16-bit length says, so their data is everything behind the
+// header: a text, or the names one per line; the reply's result is 0, or the number of lines refused.
 
 #include <cstdint>
 #include <cstring>
@@ -27,6 +30,10 @@ using Bytes = std::vector<uint8_t>;
 inline constexpr uint16_t kRemoteCallMessage = 2;
 inline constexpr uint16_t kRunningConfigMessage = 3;
 inline constexpr uint16_t kPortNamesMessage = 4;
+inline constexpr uint16_t kCheckConfigMessage = 5;
+inline constexpr uint16_t kApplyConfigMessage = 6;
+inline constexpr uint16_t kSaveConfigMessage = 7;
+inline constexpr uint16_t kStoragePathsMessage = 8;
 
 inline constexpr size_t kHeaderSize = 24;
 inline constexpr size_t kTypeOffset = 0;
@@ -61,13 +68,12 @@ struct DecodedRemoteCall {
 // Reads a remote-call message or reply; nothing when its fields do not fit its length.
 std::optional<DecodedRemoteCall> decodeRemoteCall(std::span<const uint8_t> message);
 
-// A request of the platform's own (running configuration or port names): the header alone.
-Bytes encodePlatformRequest(uint16_t type);
-
-Bytes encodeRunningConfigReply(int32_t result, std::string_view text);
+// A request of the platform's own, and its reply: the header and a text behind it.
+Bytes encodePlatformRequest(uint16_t type, std::string_view text = {});
+Bytes encodePlatformReply(uint16_t type, int32_t result, std::string_view text);
 Bytes encodePortNamesReply(const std::vector<std::string> &names);
 
-// The text behind the header of a platform reply.
-std::string_view replyText(std::span<const uint8_t> reply);
+// The text behind the header of a platform request or reply.
+std::string_view messageText(std::span<const uint8_t> message);
 
 }  // namespace mgmt
