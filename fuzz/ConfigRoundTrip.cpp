@@ -6,6 +6,7 @@
 #include "FilterInvariant.h"
 #include "core/MainLoop.h"
 #include "mgmt/PortVlanSettings.h"
+#include "mgmt_protocol/ConfigDifference.h"
 #include "relay_option/InfoOptionConfig.h"
 #include "snooping/SnoopingOnOff.h"
 #include "source_guard/ExemptVlans.h"
@@ -136,6 +137,37 @@ std::optional<std::string> playConfigRoundTrip(Input &input) {
     }
     if (!sameFilters) {
         return "the filters differ after entering:\n" + configured;
+    }
+    return std::nullopt;
+}
+
+std::optional<std::string> playConfigReplace(Input &input) {
+    switchsim::Switch &sw = fuzzSwitch();
+    const auto [bytes, length] = input.take(input.byte());
+    Input wantedInput(bytes, length);
+    configure(wantedInput);
+    const std::string wanted = runningConfig();
+    const auto wantedFilters = sw.installedFilters();
+    resetAll(/*filtersMustBeGone=*/true);
+
+    configure(input);
+    const std::string current = runningConfig();
+    const std::string difference = mgmt::configDifference(current, wanted);
+    const auto errors = switchsim::applyConfigText(sw, difference, dhcp6snoopingServeNextMessage);
+    const std::string replaced = runningConfig();
+    const bool sameFilters = sw.installedFilters() == wantedFilters;
+    auto broken = invariantBroken("replaced");
+    resetAll(/*filtersMustBeGone=*/true);
+
+    if (broken) {
+        return broken;
+    }
+    if (auto differs = enteredDiffers(wanted, errors, replaced)) {
+        return "replacing\n" + current + "by the differences\n" + difference + *differs;
+    }
+    if (!sameFilters) {
+        return "the filters differ from the wanted configuration's after replacing\n" + current + "by\n" +
+               wanted;
     }
     return std::nullopt;
 }

@@ -25,4 +25,10 @@ std::optional<std::string> enteredDiffers(const std::string &configured,
 // what differed, or nothing when the configuration came back whole.
 std::optional<std::string> playConfigRoundTrip(Input &input);
 
+// Configures the daemon as the first part of the input describes and keeps its running configuration and
+// filters as the wanted ones; resets it, configures it from the rest, and enters only the differences from
+// that configuration to the wanted one (mgmt::configDifference). The daemon must then write the wanted
+// text, hold the wanted filters and keep the filter invariant. Returns what differed.
+std::optional<std::string> playConfigReplace(Input &input);
+
 }  // namespace fuzz

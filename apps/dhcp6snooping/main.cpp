@@ -1,7 +1,7 @@
 // The daemon on a Linux host: the bridge named in the platform's settings is the switch. The process takes
 // no options: it starts the daemon, enters the boot configuration, takes back the clients of its binding
-// database, tells systemd that it is ready, and serves until SIGTERM. SIGHUP enters the boot configuration
-// again.
+// database, tells systemd that it is ready, and serves until SIGTERM. SIGHUP makes the configuration the
+// boot configuration's again, through its differences, keeping the learned clients.
 
 #include <syslog.h>
 
@@ -19,25 +19,43 @@
 
 namespace {
 
+// The boot configuration's text; an empty one when there is no file.
+std::string bootConfiguration() {
+    const std::string &path = hostplatform::hostSettings().bootConfig;
+    std::ifstream file(path);
+    if (!file) {
+        hostplatform::logLine(LOG_INFO, "no boot configuration at " + path + ": the defaults hold");
+        return "";
+    }
+    std::stringstream text;
+    text << file.rdbuf();
+    return text.str();
+}
+
 // Enters the boot configuration line by line, as a switch boots: a refused line is logged and the others
 // are entered all the same.
 void enterBootConfiguration() {
     const std::string &path = hostplatform::hostSettings().bootConfig;
-    std::ifstream file(path);
-    if (!file) {
-        hostplatform::logLine(LOG_INFO,
-                              "no boot configuration at " + path + ": the daemon starts with the defaults");
-        return;
-    }
-    std::stringstream text;
-    text << file.rdbuf();
-    const auto refused = hostplatform::enterConfigText(text.str());
+    const auto refused = hostplatform::enterConfigText(bootConfiguration());
     for (const auto &error : refused) {
         hostplatform::logLine(LOG_ERR, "boot configuration " + path + " " + hostplatform::describe(error));
     }
     hostplatform::logLine(
         refused.empty() ? LOG_NOTICE : LOG_ERR,
         "boot configuration " + path + " entered, " + std::to_string(refused.size()) + " lines refused");
+}
+
+// On SIGHUP the configuration becomes the boot configuration's, whole or not at all.
+void replaceWithBootConfiguration() {
+    const std::string &path = hostplatform::hostSettings().bootConfig;
+    const auto refused = hostplatform::replaceConfigText(bootConfiguration());
+    for (const auto &error : refused) {
+        hostplatform::logLine(LOG_ERR, "boot configuration " + path + " " + hostplatform::describe(error));
+    }
+    hostplatform::logLine(refused.empty() ? LOG_NOTICE : LOG_ERR,
+                          refused.empty()
+                              ? "the configuration is the boot configuration " + path + " again"
+                              : "the boot configuration " + path + " was refused; nothing changed");
 }
 
 }  // namespace
@@ -61,7 +79,7 @@ int main(int argc, char *argv[]) {
     const std::string &database = hostplatform::hostSettings().bindingDatabase;
     bindingdb::restore(database);
     bindingdb::keepWritten(database);
-    hostplatform::onHangup(enterBootConfiguration);
+    hostplatform::onHangup(replaceWithBootConfiguration);
     // The filters of the boot configuration and of the clients taken back go to the kernel together, in
     // the transaction that replaces a table an earlier run left behind.
     hostplatform::reportReady();

@@ -32,6 +32,8 @@ Commands:
   config LINE...          enter the LINEs as running-configuration text, all of them or none
   apply [--check] FILE|-  enter a saved running configuration from FILE or standard input, all of it or
                           none; with --check, only say which lines the daemon would refuse
+  replace FILE|-          make the configuration exactly FILE's, entering only what differs (learned
+                          clients are kept); nothing changes when a line is refused
   save                    write the running configuration to the boot configuration file
   show storage            where the boot configuration and the binding database are, and their age
   clear clients [port NAME | vlan ID | mac MAC | address IPV6]
@@ -138,11 +140,8 @@ int enter(const Options &options, const std::string &text, uint16_t request, int
     return 0;
 }
 
-int apply(const Options &options) {
-    const bool check = options.words.size() == 3 && options.words[1] == "--check";
-    if (options.words.size() != (check ? 3U : 2U)) {
-        throw UsageError("apply takes one file, or - for standard input, after --check if given");
-    }
+// The text of the file the command names last, or of standard input for "-".
+std::string fileText(const Options &options) {
     const std::string &name = options.words.back();
     std::stringstream text;
     if (name == "-") {
@@ -154,8 +153,23 @@ int apply(const Options &options) {
         }
         text << file.rdbuf();
     }
-    return enter(options, text.str(), check ? mgmt::kCheckConfigMessage : mgmt::kApplyConfigMessage,
+    return text.str();
+}
+
+int apply(const Options &options) {
+    const bool check = options.words.size() == 3 && options.words[1] == "--check";
+    if (options.words.size() != (check ? 3U : 2U)) {
+        throw UsageError("apply takes one file, or - for standard input, after --check if given");
+    }
+    return enter(options, fileText(options), check ? mgmt::kCheckConfigMessage : mgmt::kApplyConfigMessage,
                  kRefused);
+}
+
+int replace(const Options &options) {
+    if (options.words.size() != 2) {
+        throw UsageError("replace takes one file, or - for standard input");
+    }
+    return enter(options, fileText(options), mgmt::kReplaceConfigMessage, kRefused);
 }
 
 int config(const Options &options) {
@@ -261,6 +275,9 @@ int main(int argc, char *argv[]) {
         }
         if (command == "config") {
             return config(options);
+        }
+        if (command == "replace") {
+            return replace(options);
         }
         if (command == "save") {
             return save(options);

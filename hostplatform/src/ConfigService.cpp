@@ -13,6 +13,8 @@
 #include <optional>
 
 #include "HostState.h"
+#include "mgmt_protocol/ConfigDifference.h"
+#include "mgmt_protocol/RemoteCallNumbers.h"
 #include "platform/PlatformVariables.h"
 #include "platform/RmWrapApi.h"
 
@@ -82,7 +84,7 @@ std::vector<mgmt::ConfigLineError> enterConfigText(std::string_view text) {
     return mgmt::applyConfigText(text, callInProcess, portNamed);
 }
 
-std::vector<mgmt::ConfigLineError> checkConfigText(std::string_view text) {
+std::vector<mgmt::ConfigLineError> checkConfigText(std::string_view text, bool fromDefaults) {
     std::array<int, 2> channel{};
     if (pipe2(channel.data(), O_CLOEXEC) != 0) {
         return checkFailed(std::strerror(errno));
@@ -99,6 +101,9 @@ std::vector<mgmt::ConfigLineError> checkConfigText(std::string_view text) {
         close(channel[0]);
         host().quiet = true;
         std::freopen("/dev/null", "w", stderr);
+        if (fromDefaults) {
+            callInProcess(mgmt::kResetConfig, {});
+        }
         const std::string errors = serialise(enterConfigText(text));
         const bool written =
             write(channel[1], errors.data(), errors.size()) == static_cast<ssize_t>(errors.size());
@@ -126,6 +131,38 @@ std::vector<mgmt::ConfigLineError> checkConfigText(std::string_view text) {
 std::vector<mgmt::ConfigLineError> enterConfigTextWhole(std::string_view text) {
     auto errors = checkConfigText(text);
     return errors.empty() ? enterConfigText(text) : errors;
+}
+
+std::vector<mgmt::ConfigLineError> replaceConfigText(std::string_view text) {
+    auto errors = checkConfigText(text, /*fromDefaults=*/true);
+    const auto before = runningConfigText();
+    if (!errors.empty() || !before) {
+        return before ? errors : checkFailed("the daemon gave no running configuration");
+    }
+    errors = enterConfigText(mgmt::configDifference(*before, text));
+    if (!errors.empty()) {
+        enterConfigText(mgmt::configDifference(runningConfigText().value_or(""), *before));
+        for (auto &error : errors) {
+            error.reason += " (while entering the differences; the configuration before is restored)";
+        }
+    }
+    return errors;
+}
+
+std::optional<std::string> runningConfigText() {
+    // Room for 512 static bindings at under 100 bytes a line and the rest of the configuration, with room to
+    // spare.
+    constexpr uint32_t kCapacity = 128U << 10U;
+    const auto callback = host().runningConfig;
+    if (callback == nullptr) {
+        return std::nullopt;
+    }
+    std::vector<char> text(kCapacity + 1, '\0');
+    uint32_t remaining = kCapacity;
+    if (callback(text.data(), &remaining) != 0) {
+        return std::nullopt;
+    }
+    return std::string(text.data());
 }
 
 std::string describe(const mgmt::ConfigLineError &error) {

@@ -11,30 +11,14 @@
 namespace hostplatform {
 namespace {
 
-// Room offered to the running-configuration callback: 512 static bindings at under 100 bytes a line, and
-// the rest of the configuration, fit with room to spare.
-constexpr uint32_t kRunningConfigCapacity = 128U << 10U;
 constexpr int32_t kRefused = -1;
 
 }  // namespace
 
-// The daemon's running configuration, or nothing when it gave none.
-std::optional<std::string> runningConfigText(const HostState &state) {
-    if (state.runningConfig == nullptr) {
-        return std::nullopt;
-    }
-    std::vector<char> text(kRunningConfigCapacity + 1, '\0');
-    uint32_t remaining = kRunningConfigCapacity;
-    if (state.runningConfig(text.data(), &remaining) != 0) {
-        return std::nullopt;
-    }
-    return std::string(text.data());
-}
-
 std::optional<mgmt::Bytes> platformReply(std::span<const uint8_t> request, const HostState &state) {
     const auto type = mgmt::messageType(request);
     if (type == mgmt::kRunningConfigMessage) {
-        const auto text = runningConfigText(state);
+        const auto text = runningConfigText();
         return mgmt::encodePlatformReply(type, text ? 0 : kRefused, text.value_or(""));
     }
     if (type == mgmt::kPortNamesMessage) {
@@ -45,10 +29,12 @@ std::optional<mgmt::Bytes> platformReply(std::span<const uint8_t> request, const
         }
         return mgmt::encodePortNamesReply(names);
     }
-    if (type == mgmt::kCheckConfigMessage || type == mgmt::kApplyConfigMessage) {
+    if (type == mgmt::kCheckConfigMessage || type == mgmt::kApplyConfigMessage ||
+        type == mgmt::kReplaceConfigMessage) {
         const auto text = mgmt::messageText(request);
-        const auto errors =
-            type == mgmt::kCheckConfigMessage ? checkConfigText(text) : enterConfigTextWhole(text);
+        const auto errors = type == mgmt::kCheckConfigMessage   ? checkConfigText(text)
+                            : type == mgmt::kApplyConfigMessage ? enterConfigTextWhole(text)
+                                                                : replaceConfigText(text);
         std::string described;
         for (const auto &error : errors) {
             described += describe(error) + "\n";
@@ -56,7 +42,7 @@ std::optional<mgmt::Bytes> platformReply(std::span<const uint8_t> request, const
         return mgmt::encodePlatformReply(type, static_cast<int32_t>(errors.size()), described);
     }
     if (type == mgmt::kSaveConfigMessage) {
-        const auto text = runningConfigText(state);
+        const auto text = runningConfigText();
         std::string error = "the daemon gave no running configuration";
         if (!text || !replaceFile(state.settings.bootConfig, *text, error)) {
             return mgmt::encodePlatformReply(type, kRefused, error);

@@ -13,10 +13,13 @@
 #include <optional>
 #include <stdexcept>
 
+#include "core/GlobalState.h"
 #include "core/SharedTypes.h"
 #include "mgmt_protocol/RemoteCallNumbers.h"
 #include "platform/SwitchHelperApi.h"
 #include "relay_option/InfoOptionConfig.h"
+#include "source_guard/ExemptVlans.h"
+#include "source_guard/SourceGuardMode.h"
 
 namespace mgmt {
 namespace {
@@ -121,8 +124,18 @@ class Interpreter {
     void globalLine(std::string_view line) {
         if (line == "dhcpv6-snooping") {
             call(kStartSnooping, {});
+        } else if (line == "no dhcpv6-snooping") {
+            call(kStopSnooping, {});
         } else if (line == "no dhcpv6-snooping port-down-action fast-remove") {
             call(kSetFastRemove, {bytesOf(uint32_t{0})});
+        } else if (line == "dhcpv6-snooping port-down-action fast-remove") {
+            call(kSetFastRemove, {bytesOf(uint32_t{1})});
+        } else if (takePrefix(line, "no dhcpv6-snooping information ")) {
+            informationOptionOff(line);
+        } else if (takePrefix(line, "ipv6-source-guard bind vlan ")) {
+            exemptVlans(line, kExemptVlansRemove);
+        } else if (takePrefix(line, "no ipv6-source-guard bind ip ")) {
+            binding(line, kDeleteBinding);
         } else if (takePrefix(line, "interface ethernet")) {
             port_ = portNamed(line);
         } else if (takePrefix(line, "vlan ")) {
@@ -130,9 +143,9 @@ class Interpreter {
         } else if (takePrefix(line, "dhcpv6-snooping information ")) {
             informationOption(line);
         } else if (takePrefix(line, "no ipv6-source-guard bind vlan ")) {
-            exemptVlans(line);
+            exemptVlans(line, kExemptVlansAdd);
         } else if (takePrefix(line, "ipv6-source-guard bind ip ")) {
-            binding(line);
+            binding(line, kAddBinding);
         } else {
             throw Refusal("unknown command");
         }
@@ -143,10 +156,14 @@ class Interpreter {
         const Bytes port = bytesOf(*port_);
         if (line == "exit") {
             port_.reset();
-        } else if (line == "dhcpv6-snooping trust") {
-            call(kSetPortTrust, {port, bytesOf(uint32_t{1})});
+        } else if (line == "dhcpv6-snooping trust" || line == "no dhcpv6-snooping trust") {
+            call(kSetPortTrust, {port, bytesOf(uint32_t{line.starts_with("no ") ? 0U : 1U})});
         } else if (takePrefix(line, "dhcpv6-snooping max-clients ")) {
             call(kSetPortMaxClients, {port, bytesOf(number(line, 0, kMaxValue))});
+        } else if (line == "no dhcpv6-snooping max-clients") {
+            call(kSetPortMaxClients, {port, bytesOf(uint32_t{kDefaultClientLimit})});
+        } else if (line == "no ipv6-source-guard") {
+            call(kSetGuardMode, {port, bytesOf(uint32_t{SOURCE_GUARD_NONE})});
         } else if (takePrefix(line, "ipv6-source-guard ")) {
             const auto *mode = std::find(kGuardModes.begin(), kGuardModes.end(), line);
             if (mode == kGuardModes.end()) {
@@ -163,6 +180,8 @@ class Interpreter {
             vlan_.reset();
         } else if (takePrefix(line, "dhcpv6-snooping max-clients ")) {
             call(kSetVlanMaxClients, {bytesOf(*vlan_), bytesOf(number(line, 0, kMaxValue))});
+        } else if (line == "no dhcpv6-snooping max-clients") {
+            call(kSetVlanMaxClients, {bytesOf(*vlan_), bytesOf(uint32_t{kDefaultClientLimit})});
         } else {
             throw Refusal("unknown VLAN command");
         }
@@ -210,7 +229,23 @@ class Interpreter {
               bytesOf(record)});
     }
 
-    void exemptVlans(std::string_view list) {
+    // "option 18", "option 37" switched off, or "interface-id", "remote-id" back to the default format.
+    void informationOptionOff(std::string_view line) {
+        InfoOptionConfig record{};
+        uint32_t select = 0;
+        if (line == "option 18" || line == "option 37") {
+            select = line == "option 18" ? SELECT_INTERFACE_ID_ENABLE : SELECT_REMOTE_ID_ENABLE;
+        } else if (line == "interface-id" || line == "remote-id") {
+            const bool interfaceId = line == "interface-id";
+            select = interfaceId ? SELECT_INTERFACE_ID_FORMAT : SELECT_REMOTE_ID_FORMAT;
+            (interfaceId ? record.interfaceIdFormat : record.remoteIdFormat) = FORMAT_DEFAULT;
+        } else {
+            throw Refusal("unknown information option");
+        }
+        call(kSetInfoOption, {bytesOf(select), bytesOf(record)});
+    }
+
+    void exemptVlans(std::string_view list, uint32_t operation) {
         std::vector<uint16_t> ids(kHighestVlan + 1);
         if (Str2ShortArray(std::string(list).c_str(), ids.data(), kHighestVlan, 1, kHighestVlan) != 0) {
             throw Refusal("not a VLAN list");
@@ -219,11 +254,11 @@ class Interpreter {
         for (size_t i = 0; ids[i] != 0; ++i) {
             vlanBitmapAdd(requested, ids[i]);
         }
-        call(kConfigureExemptVlans, {bytesOf(kExemptVlansAdd), bytesOf(requested), bytesOf(VlanBitmap{})});
+        call(kConfigureExemptVlans, {bytesOf(operation), bytesOf(requested), bytesOf(VlanBitmap{})});
     }
 
-    // "<address> [mac <mac> [interface ethernet <port> [vlan <vlan>]]]"
-    void binding(std::string_view line) {
+    // "<address> [mac <mac> [interface ethernet <port> [vlan <vlan>]]]", added or deleted by `callNumber`.
+    void binding(std::string_view line, uint32_t callNumber) {
         const Bytes ip = address(AF_INET6, word(line), 16);
         Bytes mac(6);
         uint32_t port = 0;
@@ -240,7 +275,10 @@ class Interpreter {
         if (!line.empty()) {
             throw Refusal("unexpected words: " + std::string(line));
         }
-        call(kAddBinding, {ip, mac, bytesOf(port), bytesOf(vlan)});
+        // A binding is deleted by its address alone; the rest of its line is read all the same.
+        call(callNumber, callNumber == kDeleteBinding
+                             ? std::vector<Bytes>{ip}
+                             : std::vector<Bytes>{ip, mac, bytesOf(port), bytesOf(vlan)});
     }
 
     [[nodiscard]] uint32_t portNamed(std::string_view name) const {

@@ -35,6 +35,7 @@ class Scenario:
         self.daemon_path, self.ctl_path, self.work = daemon, ctl, Path(work)
         self.flood_tool = flood_tool
         self.socket = self.work / "mgmt.sock"
+        self.database = self.work / "bindings"
         self.processes = {}
         self.failures = 0
 
@@ -110,16 +111,22 @@ class Scenario:
         for name in list(self.processes):
             self.stop(name, signal.SIGKILL)
         for host in ["sw", *HOSTS]:
+            # What went to the background on its own (dhclient keeps its lease that way) ends too.
+            pids = subprocess.run(("ip", "netns", "pids", PREFIX + host), capture_output=True, text=True).stdout
+            for pid in pids.split():
+                subprocess.run(("kill", "-9", pid), capture_output=True)
             subprocess.run(("ip", "netns", "del", PREFIX + host), capture_output=True)
 
     def start_daemon(self):
         settings = self.work / "platform.conf"
         # The trace costs a log line a frame, which the flood would measure; D6S_E2E_TRACE=on shows it.
         trace = os.environ.get("D6S_E2E_TRACE", "off")
-        settings.write_text(f"bridge = br0\nsocket = {self.socket}\ntrace = {trace}\n")
+        settings.write_text(f"bridge = br0\nsocket = {self.socket}\ntrace = {trace}\n"
+                            f"boot-config = {self.work / 'boot.conf'}\nbinding-database = {self.database}\n")
         self.start("daemon", self.daemon_path, namespace="sw",
                    env={**os.environ, "DHCP6SNOOPING_PLATFORM_CONF": str(settings)})
-        return self.wait_for(self.socket.exists, 10)
+        # A socket file that a killed daemon left behind answers nothing: ready is when the daemon answers.
+        return self.wait_for(lambda: self.ctl("show", "global", check=False).returncode == 0, 10)
 
     def start_server(self):
         config = json.loads((HERE / "kea-dhcp6.json").read_text())
@@ -140,6 +147,11 @@ class Scenario:
 
     def clients(self):
         return {client["mac"]: client for client in self.ctl("show", "clients", json_output=True)}
+
+    def bindings(self):
+        """The client table without the seconds left: each client's VLAN, port and bindings."""
+        return {mac: (c["vlan"], c["port_name"], sorted((a["address"], a["prefix_length"]) for a in c["addresses"]))
+                for mac, c in self.clients().items()}
 
     # --- the scenario ---------------------------------------------------------------------------------
     def scenario(self):
@@ -186,6 +198,8 @@ class Scenario:
                    "the client table holds dhcpcd's delegated prefix", json.dumps(table))
         self.relay_options()
         self.source_guard(c1)
+        self.restarts(c1)
+        self.configuration_files()
         if self.flood_tool:
             self.flood()
         self.removals()
@@ -228,6 +242,89 @@ class Scenario:
         blocked = self.run("ping", "-6", "-c", "2", "-W", "1", "-I", forged, SERVER_ADDRESS, namespace="c1", check=False)
         self.check(blocked.returncode != 0, "a forged source address on the guarded port is dropped", blocked.stdout)
         self.run("ip", "addr", "del", forged + "/128", "dev", "eth0", namespace="c1")
+
+    def pings_lost(self, source, during):
+        """How many of the pings sent every 50 ms from `source` to the server, from a little before `during`
+        runs until a second after, got no answer."""
+        pinger = subprocess.Popen(("ip", "netns", "exec", PREFIX + "c1", "ping", "-6", "-n", "-i", "0.05", "-W", "1",
+                                   "-I", source, SERVER_ADDRESS), stdout=subprocess.PIPE, text=True)
+        time.sleep(0.5)
+        during()
+        time.sleep(1.5)
+        pinger.send_signal(signal.SIGINT)
+        summary = pinger.communicate(timeout=10)[0]
+        line = next((l for l in summary.splitlines() if "packets transmitted" in l), "0 packets transmitted, 0 received")
+        sent, received = (int(l.split()[0]) for l in line.split(", ")[:2])
+        return sent - received, sent
+
+    def restart(self, sig):
+        self.stop("daemon", sig)
+        self.check(self.start_daemon(), f"the daemon starts again after {signal.Signals(sig).name}",
+                   (self.work / "daemon.log").read_text()[-2000:])
+
+    def restarts(self, leased):
+        """The configuration and the bindings survive a clean restart and a crash, and the leased client on the
+        guarded port keeps reaching the server across both."""
+        own = next(a for a in leased if a.startswith(POOL_PREFIX))
+        saved = self.ctl("save", check=False)
+        self.check(saved.returncode == 0 and (self.work / "boot.conf").exists(),
+                   "the running configuration is saved as the boot configuration", saved.stderr)
+        config, clients = self.ctl("show", "running-config").stdout, self.bindings()
+        self.check(self.wait_for(lambda: self.mac("c1") in self.database.read_text() if self.database.exists() else False, 5),
+                   "the binding database holds the leased client within seconds")
+        for sig, allowed in ((signal.SIGTERM, 0), (signal.SIGKILL, 20)):
+            lost, sent = self.pings_lost(own, lambda: self.restart(sig))
+            print(f"restart: {lost} of {sent} pings lost across a restart after {signal.Signals(sig).name}", flush=True)
+            self.check(lost <= allowed, f"the leased client keeps reaching the server across "
+                       f"{signal.Signals(sig).name} and a restart ({lost} pings lost)")
+            self.check(self.ctl("show", "running-config").stdout == config and self.bindings() == clients,
+                       f"the configuration and the client table come back after {signal.Signals(sig).name}",
+                       f"{self.bindings()}\n     before: {clients}")
+        forged = POOL_PREFIX + "abce"
+        self.run("ip", "addr", "add", forged + "/128", "dev", "eth0", "nodad", namespace="c1")
+        blocked = self.run("ping", "-6", "-c", "2", "-W", "1", "-I", forged, SERVER_ADDRESS, namespace="c1", check=False)
+        self.check(blocked.returncode != 0, "after the restarts a forged source address is still dropped", blocked.stdout)
+        self.run("ip", "addr", "del", forged + "/128", "dev", "eth0", namespace="c1")
+
+        second = self.run(self.daemon_path, namespace="sw", check=False,
+                          env={**os.environ, "DHCP6SNOOPING_PLATFORM_CONF": str(self.work / "platform.conf")})
+        guarded = self.run("nft", "list", "set", "bridge", "dhcp6snooping", "guarded_ports", namespace="sw").stdout
+        self.check(second.returncode == 1 and "another dhcp6snooping is running" in second.stderr and "swp2" in guarded,
+                   "a second instance is refused and leaves the first one's table alone", second.stderr + guarded)
+
+        self.stop("daemon")
+        records = self.database.read_text().splitlines()
+        torn = [l for l in records if self.mac("c2") in l]
+        kept = [l for l in records if l not in torn]
+        self.database.write_text("\n".join(kept) + "\n" + (torn[0][: len(torn[0]) // 2] if torn else ""))
+        self.check(self.start_daemon() and self.mac("c1") in self.clients() and self.mac("c2") not in self.clients()
+                   and Path(str(self.database) + ".damaged").exists(),
+                   "a torn binding database costs the torn record alone and is kept aside",
+                   (self.work / "daemon.log").read_text()[-2000:])
+        self.dhcpcd()  # the client of the torn record asks again
+        self.check(self.mac("c2") in self.clients(), "the client of the torn record is learned again when it asks")
+
+    def configuration_files(self):
+        """Checking a file changes nothing; a replacement is whole or nothing and keeps the learned clients."""
+        before, clients = self.ctl("show", "running-config").stdout, self.bindings()
+        bad = self.work / "bad.conf"
+        bad.write_text(before + "interface ethernet swp4\n dhcpv6-snooping max-clients 99999999\nexit\n")
+        checked = self.ctl("apply", "--check", str(bad), check=False)
+        self.check(checked.returncode == 1 and "line " in checked.stderr and
+                   self.ctl("show", "running-config").stdout == before,
+                   "apply --check of a bad file names the line and changes nothing", checked.stderr)
+        replaced = self.ctl("replace", str(bad), check=False)
+        self.check(replaced.returncode == 1 and self.ctl("show", "running-config").stdout == before,
+                   "replace of a file with a refused line leaves the configuration as it was", replaced.stderr)
+        good = self.work / "good.conf"
+        good.write_text("dhcpv6-snooping\ninterface ethernet swp1\n dhcpv6-snooping trust\nexit\n"
+                        "interface ethernet swp2\n ipv6-source-guard ipv6-mac\nexit\n")
+        replaced = self.ctl("replace", str(good), check=False)
+        after = self.ctl("show", "running-config").stdout
+        self.check(replaced.returncode == 0 and "ipv6-source-guard ipv6-mac\n" in after and
+                   "dhcpv6-snooping information" not in after and self.bindings() == clients,
+                   "replace makes the configuration the file's and keeps the learned clients",
+                   replaced.stderr + after)
 
     def daemon_rss_kb(self):
         status = Path(f"/proc/{self.processes['daemon'].pid}/status").read_text()

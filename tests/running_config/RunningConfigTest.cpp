@@ -159,6 +159,10 @@ TEST(ConfigRoundTrip, RandomConfigurationsComeBackWhole) {
     EXPECT_EQ(fuzz::playRandomInputs(200, 160, fuzz::playConfigRoundTrip), std::nullopt);
 }
 
+TEST(ConfigRoundTrip, RandomConfigurationsReplaceEachOtherThroughTheirDifferences) {
+    EXPECT_EQ(fuzz::playRandomInputs(200, 200, fuzz::playConfigReplace), std::nullopt);
+}
+
 TEST(ConfigInterpreter, RefusedLinesAreReportedAndTheRestIsEntered) {
     const auto errors =
         switchsim::applyConfigText(fuzz::fuzzSwitch(),

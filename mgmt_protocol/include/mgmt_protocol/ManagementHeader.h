@@ -11,7 +11,8 @@
 // served goes back with no data. The platform answers its own requests, without the daemon's main loop: the
 // running configuration (type 3), the names of the ports (type 4), configuration text checked on a copy of
 // the daemon (5) or entered whole or not at all (6), the running configuration saved as the boot
-// configuration (7), and where the boot configuration and the binding database are kept (8). Their
+// configuration (7), where the boot configuration and the binding database are kept (8), and the
+// configuration replaced by a text through its differences (9). Their
 // requests and replies may be longer than a 16-bit length says, so their data is everything behind the
 // header: a text, or the names one per line; the reply's result is 0, or the number of lines refused.
 
@@ -34,6 +35,7 @@ inline constexpr uint16_t kCheckConfigMessage = 5;
 inline constexpr uint16_t kApplyConfigMessage = 6;
 inline constexpr uint16_t kSaveConfigMessage = 7;
 inline constexpr uint16_t kStoragePathsMessage = 8;
+inline constexpr uint16_t kReplaceConfigMessage = 9;
 
 inline constexpr size_t kHeaderSize = 24;
 inline constexpr size_t kTypeOffset = 0;
