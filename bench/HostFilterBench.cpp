@@ -97,12 +97,12 @@ void check(benchmark::State &state, const Failures &failures) {
 void guardedPortOffAndOn(benchmark::State &state, bool eachFilter) {
     Failures failures;
     switchPort(true, false, failures);
-    for (auto _ : state) {
+    for (auto _ : state) {  // NOLINT(clang-analyzer-deadcode.DeadStores): the loop variable is unused
         switchPort(false, eachFilter, failures);
         switchPort(true, eachFilter, failures);
     }
     state.counters["filters_requested"] = benchmark::Counter(
-        static_cast<double>(2 * (kClients + 1) * state.iterations()), benchmark::Counter::kAvgIterations);
+        2.0 * (kClients + 1) * static_cast<double>(state.iterations()), benchmark::Counter::kAvgIterations);
     check(state, failures);
     switchPort(false, false, failures);
 }
@@ -121,7 +121,7 @@ void BM_Floor_OneElementInAndOutOfTheFullSet(benchmark::State &state) {
     Failures failures;
     switchPort(true, false, failures);
     const Client extra = clientOf(kClients + 1);
-    for (auto _ : state) {
+    for (auto _ : state) {  // NOLINT(clang-analyzer-deadcode.DeadStores): the loop variable is unused
         failures.request(FRM_InstallForwardIp6AddrFilterResource_new(kPort, extra.mac.data(),
                                                                      extra.address.data(), kVlan));
         failures.commit();

@@ -151,8 +151,9 @@ void restore(const std::string &path) {
     text << file.rdbuf();
     const ParsedDatabase parsed = parseDatabase(text.str());
     for (const std::string &skipped : parsed.skipped) {
-        hostplatform::logLine(LOG_ERR,
-                              "binding database " + path + " " + skipped + "; the record is left out");
+        std::string line = "binding database ";
+        line.append(path).append(" ").append(skipped).append("; the record is left out");
+        hostplatform::logLine(LOG_ERR, line);
     }
     if (!parsed.skipped.empty()) {
         const std::string aside = path + ".damaged";

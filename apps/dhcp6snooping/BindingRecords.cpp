@@ -84,8 +84,8 @@ class Words {
 std::array<uint8_t, 6> macOf(const std::string &word) {
     std::array<uint8_t, 6> mac{};
     int used = 0;
-    if (std::sscanf(word.c_str(), "%2hhx:%2hhx:%2hhx:%2hhx:%2hhx:%2hhx%n", &mac[0], &mac[1], &mac[2], &mac[3],
-                    &mac[4], &mac[5], &used) != 6 ||
+    if (std::sscanf(word.c_str(), "%2hhx:%2hhx:%2hhx:%2hhx:%2hhx:%2hhx%n", mac.data(), &mac[1], &mac[2],
+                    &mac[3], &mac[4], &mac[5], &used) != 6 ||
         static_cast<size_t>(used) != word.size()) {
         throw Damaged{"not a MAC address: " + word};
     }

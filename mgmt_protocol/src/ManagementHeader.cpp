@@ -79,11 +79,11 @@ Bytes encodePortNamesReply(const std::vector<std::string> &names) {
     return withText(kPortNamesMessage, 0, text);
 }
 
-std::string_view messageText(std::span<const uint8_t> reply) {
-    if (reply.size() <= kHeaderSize) {
+std::string_view messageText(std::span<const uint8_t> message) {
+    if (message.size() <= kHeaderSize) {
         return {};
     }
-    return {reinterpret_cast<const char *>(reply.data()) + kHeaderSize, reply.size() - kHeaderSize};
+    return {reinterpret_cast<const char *>(message.data()) + kHeaderSize, message.size() - kHeaderSize};
 }
 
 }  // namespace mgmt

@@ -29,6 +29,7 @@ std::string runningConfig() {
 
 std::vector<std::string> described(const std::vector<mgmt::ConfigLineError> &errors) {
     std::vector<std::string> texts;
+    texts.reserve(errors.size());
     for (const auto &error : errors) {
         texts.push_back(hostplatform::describe(error));
     }

@@ -46,8 +46,11 @@ bool makeBridge(std::string &error) {
     std::string commands = std::string("link add ") + kBridge + " type bridge\n";
     for (uint32_t port = 1; port <= kPorts; ++port) {
         const std::string name = "port" + std::to_string(port);
-        commands += "link add " + name + " type veth peer name peer" + std::to_string(port) + "\nlink set " +
-                    name + " master " + kBridge + " up\n";
+        commands.append("link add ")
+            .append(name)
+            .append(" type veth peer name peer")
+            .append(std::to_string(port));
+        commands.append("\nlink set ").append(name).append(" master ").append(kBridge).append(" up\n");
     }
     commands += std::string("link set ") + kBridge + " up\n";
     FILE *const ip = popen("ip -batch -", "w");
