@@ -35,7 +35,7 @@ struct HostState {
     MgmtServer mgmt;
     int events = -1;  // the epoll set that vosMsgRecv waits on
     int timerTicks = -1;
-    int stopSignals = -1;
+    int signals = -1;              // the stop signals and SIGHUP, read through a signalfd
     size_t lastRequestLength = 0;  // of the management request last handed to the daemon
     std::vector<uint8_t> request;  // the management request being served, of any size the platform takes
     bool quiet = false;            // no log line at all: a copy of the daemon that checks a configuration

@@ -79,9 +79,9 @@ bool start(HostState &state, std::string &error) {
         sigaddset(&handled, signal);
     }
     sigprocmask(SIG_BLOCK, &handled, nullptr);
-    state.stopSignals = signalfd(-1, &handled, SFD_CLOEXEC | SFD_NONBLOCK);
+    state.signals = signalfd(-1, &handled, SFD_CLOEXEC | SFD_NONBLOCK);
     state.events = epoll_create1(EPOLL_CLOEXEC);
-    if (state.stopSignals < 0 || state.events < 0 || !watch(state.stopSignals) ||
+    if (state.signals < 0 || state.events < 0 || !watch(state.signals) ||
         !watch(state.netlink.noticeDescriptor()) || !watch(state.packets.descriptor())) {
         error = std::string("event set: ") + std::strerror(errno);
         return false;
@@ -124,7 +124,7 @@ void handleFrames(HostState &state) {
 // A stop signal ends the process; SIGHUP runs the executable's work for it.
 void serveSignal(HostState &state) {
     signalfd_siginfo signal{};
-    if (read(state.stopSignals, &signal, sizeof signal) != sizeof signal) {
+    if (read(state.signals, &signal, sizeof signal) != sizeof signal) {
         return;
     }
     if (signal.ssi_signo != SIGHUP) {
@@ -173,8 +173,10 @@ void commitFilters() {
     }
 }
 
-// A connection whose reply cannot be sent has lost its peer and is closed.
+// A connection whose reply cannot be sent has lost its peer and is closed. The filters the request changed
+// are in force before the reply leaves.
 void answerOrDrop(HostState &state, int connection, std::span<const uint8_t> reply) {
+    commitFilters();
     if (state.mgmt.reply(connection, reply) != 0) {
         state.mgmt.drop(connection);
     }
@@ -302,7 +304,7 @@ int32_t vosMsgRecv(uint32_t queueHandle, void *buffer, uint32_t bufferSize, int3
                 hostplatform::serveNotices(state);
             } else if (descriptor == state.timerTicks) {
                 hostplatform::tick(state);
-            } else if (descriptor == state.stopSignals) {
+            } else if (descriptor == state.signals) {
                 hostplatform::serveSignal(state);
             } else if (descriptor == state.mgmt.listenDescriptor()) {
                 if (const int connection = state.mgmt.accept(); connection >= 0) {
