@@ -379,6 +379,7 @@ class Scenario:
         before = self.ctl("show", "running-config").stdout
         for words in (["frobnicate"], ["show", "everything"], ["config", "interface ethernet swp99"],
                       ["config", "vlan 4095"], ["clear", "clients", "mac", "00:11:22:33:44"],
+                      ["config", "interface ethernet swp4", "dhcpv6-snooping max-clients 10", "exit", "vlan 4095"],
                       ["config", "ipv6-source-guard bind ip 2001:db8::zz"], ["clear", "clients", "vlan", "0"]):
             result = self.ctl(*words, check=False)
             self.check(result.returncode != 0 and result.stderr.strip() != "",
