@@ -11,6 +11,7 @@
 #include <systemd/sd-daemon.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <csignal>
 #include <cstdarg>
@@ -201,11 +202,16 @@ int32_t serveConnection(HostState &state, int connection, std::span<uint8_t> buf
         answerOrDrop(state, connection, *answer);
         return 0;
     }
-    if (state.request.size() > buffer.size()) {
+    // The daemon serves remote calls alone; any other message would get no reply and leave its caller
+    // waiting.
+    if (state.request.size() > buffer.size() ||
+        mgmt::messageType(state.request) != mgmt::kRemoteCallMessage) {
         answerOrDrop(state, connection, refusedReply(state.request));
         return 0;
     }
-    std::copy(state.request.begin(), state.request.end(), buffer.begin());
+    // Nothing of an earlier request or reply, perhaps another user's, stays behind this one for a reply
+    // sized by the length it declares to carry back.
+    std::fill(std::copy(state.request.begin(), state.request.end(), buffer.begin()), buffer.end(), 0);
     return static_cast<int32_t>(length);
 }
 

@@ -385,6 +385,31 @@ class Scenario:
             self.check(result.returncode != 0 and result.stderr.strip() != "",
                        f"'{' '.join(words)}' is refused with a message", result.stdout + result.stderr)
         self.check(self.ctl("show", "running-config").stdout == before, "refused commands change nothing")
+        self.raw_messages()
+
+    def exchange(self, message):
+        """One raw message on the management socket, from the switch's namespace; the reply, or None."""
+        probe = ("import socket, sys\n"
+                 "s = socket.socket(socket.AF_UNIX, socket.SOCK_SEQPACKET)\n"
+                 f"s.connect({str(self.socket)!r}); s.settimeout(2)\n"
+                 "s.send(bytes.fromhex(sys.argv[1]))\n"
+                 "try:\n    print(s.recv(1 << 20).hex())\nexcept OSError:\n    print('none')\n")
+        answer = self.run("/usr/bin/python3", "-c", probe, message.hex(), namespace="sw").stdout.strip()
+        return None if answer == "none" else bytes.fromhex(answer)
+
+    def raw_messages(self):
+        """A message that is no request is answered, refused; a reply carries nothing its request did not cause."""
+        def header(kind, call, length):
+            return (kind.to_bytes(2, "little") + bytes(2) + call.to_bytes(4, "little") + bytes(4) + bytes(2) +
+                    length.to_bytes(2, "little") + bytes(8))
+        reply = self.exchange(header(99, 0, 0))
+        self.check(reply is not None and int.from_bytes(reply[16:20], "little", signed=True) == -1,
+                   "a message of an unknown type gets a refusal, not silence", reply)
+        self.ctl("show", "clients")  # the receive buffer fills with replies to another caller
+        reply = self.exchange(header(2, 6270, 7000))  # no argument, a large length declared
+        self.check(reply is not None and not any(reply[24:]),
+                   "a reply sized by a declared length carries nothing of earlier replies",
+                   reply[24:120].hex() if reply else None)
 
 
 def main():
