@@ -20,13 +20,6 @@
 namespace bindingdb {
 namespace {
 
-std::string macText(const std::array<uint8_t, 6> &mac) {
-    char text[18];
-    std::snprintf(text, sizeof text, "%02x:%02x:%02x:%02x:%02x:%02x", mac[0], mac[1], mac[2], mac[3], mac[4],
-                  mac[5]);
-    return text;
-}
-
 std::optional<uint32_t> portNamed(const std::string &name) {
     for (uint32_t port = 1; port <= hostplatform::portCount(); ++port) {
         if (hostplatform::portInterfaceName(port) == name) {

@@ -22,13 +22,6 @@ uint32_t checksum(std::string_view text) {
         crc32(0L, reinterpret_cast<const Bytef *>(text.data()), static_cast<uInt>(text.size())));
 }
 
-std::string macText(const std::array<uint8_t, 6> &mac) {
-    char text[18];
-    std::snprintf(text, sizeof text, "%02x:%02x:%02x:%02x:%02x:%02x", mac[0], mac[1], mac[2], mac[3], mac[4],
-                  mac[5]);
-    return text;
-}
-
 std::string addressText(const std::array<uint8_t, 16> &address) {
     char text[INET6_ADDRSTRLEN] = {};
     inet_ntop(AF_INET6, address.data(), text, sizeof text);
@@ -149,6 +142,13 @@ Client checkedClient(std::string_view line) {
 }
 
 }  // namespace
+
+std::string macText(const std::array<uint8_t, 6> &mac) {
+    char text[18];
+    std::snprintf(text, sizeof text, "%02x:%02x:%02x:%02x:%02x:%02x", mac[0], mac[1], mac[2], mac[3], mac[4],
+                  mac[5]);
+    return text;
+}
 
 std::string formatDatabase(const std::vector<Client> &clients, int64_t now) {
     std::string text(kHeader);

@@ -38,6 +38,9 @@ struct Client {
     bool operator==(const Client &) const = default;
 };
 
+// A MAC address as the file writes it: "02:00:00:00:00:01".
+std::string macText(const std::array<uint8_t, 6> &mac);
+
 // The whole file for `clients`, written at Unix time `now`.
 std::string formatDatabase(const std::vector<Client> &clients, int64_t now);
 
