@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "mgmt_protocol/RefusalText.h"
+
 namespace ctl {
 
 DaemonLink::DaemonLink(const std::string &socketPath) {
@@ -16,6 +18,12 @@ mgmt::Bytes DaemonLink::exchange(const mgmt::Bytes &request) {
     auto reply = client_.exchange(request, error);
     if (!reply) {
         throw CommandFailure(error);
+    }
+    if (const uint16_t version = mgmt::messageVersion(*reply); version != mgmt::kProtocolVersion) {
+        throw CommandFailure("the daemon speaks version " + std::to_string(version) +
+                             " of the management protocol and this command version " +
+                             std::to_string(mgmt::kProtocolVersion) +
+                             "; use the dhcp6snoopingctl of its release");
     }
     return std::move(*reply);
 }
@@ -36,7 +44,7 @@ mgmt::DecodedRemoteCall DaemonLink::require(uint32_t callNumber, const std::vect
         throw CommandFailure("the daemon gave no answer to " + what);
     }
     if (reply->result != 0) {
-        throw CommandFailure("the daemon refused " + what + " (" + std::to_string(reply->result) + ")");
+        throw CommandFailure(mgmt::refusalSentence(callNumber, reply->result, what));
     }
     return std::move(*reply);
 }

@@ -90,17 +90,20 @@ json portsView(DaemonLink &daemon) {
         if (names[port - 1].empty()) {
             continue;  // an interface that has left the bridge
         }
-        const auto what = "the settings of port " + names[port - 1];
-        const auto trust = daemon.require(kPortTrustGet, {bytesOf(port), bytesOf(uint32_t{0})}, what);
-        const auto mode = daemon.require(kGetGuardMode, {bytesOf(port), bytesOf(uint32_t{0})}, what);
-        const auto limit = daemon.require(kPortMaxClientsGet,
-                                          {bytesOf(port), bytesOf(uint32_t{0}), bytesOf(uint32_t{0})}, what);
+        // A port that left the bridge between the names and these calls is not shown; the others are.
+        const auto trust = daemon.call(kPortTrustGet, {bytesOf(port), bytesOf(uint32_t{0})});
+        const auto mode = daemon.call(kGetGuardMode, {bytesOf(port), bytesOf(uint32_t{0})});
+        const auto limit =
+            daemon.call(kPortMaxClientsGet, {bytesOf(port), bytesOf(uint32_t{0}), bytesOf(uint32_t{0})});
+        if (!trust || !mode || !limit || trust->result != 0 || mode->result != 0 || limit->result != 0) {
+            continue;
+        }
         ports.push_back({{"port", port},
                          {"name", names[port - 1]},
-                         {"trusted", valueOf<uint32_t>(trust.arguments.at(1)) != 0},
-                         {"source_guard", named(kGuardModes, valueOf<uint32_t>(mode.arguments.at(1)))},
-                         {"max_clients", valueOf<uint32_t>(limit.arguments.at(1))},
-                         {"clients", valueOf<uint32_t>(limit.arguments.at(2))}});
+                         {"trusted", valueOf<uint32_t>(trust->arguments.at(1)) != 0},
+                         {"source_guard", named(kGuardModes, valueOf<uint32_t>(mode->arguments.at(1)))},
+                         {"max_clients", valueOf<uint32_t>(limit->arguments.at(1))},
+                         {"clients", valueOf<uint32_t>(limit->arguments.at(2))}});
     }
     return ports;
 }

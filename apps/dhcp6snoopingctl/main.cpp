@@ -41,7 +41,9 @@ Commands:
 
 Options:
   --socket PATH           the daemon's management socket (default /run/dhcp6snooping/mgmt.sock)
-  -j, --json              show commands print JSON
+  -j, --json[=pretty|short]
+                          show commands print JSON, indented (pretty, the default) or on one line;
+                          the options may stand anywhere on the line
   -h, --help              print this help
 See dhcp6snoopingctl(8).
 )";
@@ -54,23 +56,29 @@ struct UsageError : std::runtime_error {
 struct Options {
     std::string socket = kDefaultSocket;
     bool json = false;
+    int indent = 2;  // of the JSON printed; -1 prints it on one line
     std::vector<std::string> words;
 };
 
+// The options may stand anywhere on the line, before the command or after it; every other word is the
+// command's, "-" (standard input) and "--check" included.
 Options parseOptions(int argc, char *argv[]) {
     Options options;
     for (int i = 1; i < argc; ++i) {
         const std::string word = argv[i];
-        // Options stand before the command; what follows the command is its own, dashes and all.
-        const bool option = options.words.empty() && word.starts_with("-") && word != "-";
-        if (option && word == "--socket") {
+        if (word == "--socket") {
             if (++i == argc) {
                 throw UsageError("--socket needs a path");
             }
             options.socket = argv[i];
-        } else if (option && (word == "-j" || word == "--json")) {
+        } else if (word == "-j" || word == "--json" || word == "--json=pretty") {
             options.json = true;
-        } else if (option) {
+        } else if (word == "--json=short") {
+            options.json = true;
+            options.indent = -1;
+        } else if (word.starts_with("--json=")) {
+            throw UsageError("--json takes pretty or short, not " + word.substr(7));
+        } else if (word.starts_with("-") && word != "-" && word != "--check") {
             throw UsageError("unknown option: " + word);
         } else {
             options.words.push_back(word);
@@ -98,7 +106,8 @@ int show(const Options &options) {
     const std::string &view = options.words[1];
     if (view == "running-config") {
         const std::string text = ctl::DaemonLink(options.socket).runningConfig();
-        std::cout << (options.json ? nlohmann::json{{"running_config", text}}.dump(2) + "\n" : text);
+        std::cout << (options.json ? nlohmann::json{{"running_config", text}}.dump(options.indent) + "\n"
+                                   : text);
         return 0;
     }
     const auto found = kViews.find(view);
@@ -107,7 +116,7 @@ int show(const Options &options) {
     }
     ctl::DaemonLink daemon(options.socket);
     const auto value = found->second(daemon);
-    std::cout << (options.json ? value.dump(2) + "\n" : ctl::viewText(view, value));
+    std::cout << (options.json ? value.dump(options.indent) + "\n" : ctl::viewText(view, value));
     return 0;
 }
 
@@ -243,7 +252,7 @@ int clearClients(const Options &options) {
         }
         selector.portIndex = *port;
     }
-    daemon.require(mgmt::kDeleteClients, {ctl::bytesOf(selector)}, "clearing the clients");
+    daemon.require(mgmt::kDeleteClients, {ctl::bytesOf(selector)}, "clear clients");
     return 0;
 }
 

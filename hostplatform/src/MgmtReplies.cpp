@@ -9,17 +9,11 @@
 #include "mgmt_protocol/ManagementHeader.h"
 
 namespace hostplatform {
-namespace {
-
-constexpr int32_t kRefused = -1;
-
-}  // namespace
-
 std::optional<mgmt::Bytes> platformReply(std::span<const uint8_t> request, const HostState &state) {
     const auto type = mgmt::messageType(request);
     if (type == mgmt::kRunningConfigMessage) {
         const auto text = runningConfigText();
-        return mgmt::encodePlatformReply(type, text ? 0 : kRefused, text.value_or(""));
+        return mgmt::encodePlatformReply(type, text ? 0 : mgmt::kRefused, text.value_or(""));
     }
     if (type == mgmt::kPortNamesMessage) {
         std::vector<std::string> names;
@@ -45,7 +39,7 @@ std::optional<mgmt::Bytes> platformReply(std::span<const uint8_t> request, const
         const auto text = runningConfigText();
         std::string error = "the daemon gave no running configuration";
         if (!text || !replaceFile(state.settings.bootConfig, *text, error)) {
-            return mgmt::encodePlatformReply(type, kRefused, error);
+            return mgmt::encodePlatformReply(type, mgmt::kRefused, error);
         }
         return mgmt::encodePlatformReply(type, 0, state.settings.bootConfig);
     }
@@ -57,11 +51,12 @@ std::optional<mgmt::Bytes> platformReply(std::span<const uint8_t> request, const
     return std::nullopt;
 }
 
-mgmt::Bytes refusedReply(std::span<const uint8_t> request) {
+mgmt::Bytes refusedReply(std::span<const uint8_t> request, int32_t result) {
     mgmt::Bytes reply(mgmt::kHeaderSize, 0);
     std::copy_n(request.begin(), std::min<size_t>(request.size(), reply.size()), reply.begin());
+    mgmt::storeAt(reply, mgmt::kVersionOffset, mgmt::kProtocolVersion);
     mgmt::storeAt<uint16_t>(reply, mgmt::kDataLengthOffset, 0);
-    mgmt::storeAt<int32_t>(reply, mgmt::kResultOffset, kRefused);
+    mgmt::storeAt(reply, mgmt::kResultOffset, result);
     return reply;
 }
 

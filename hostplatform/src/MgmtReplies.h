@@ -16,7 +16,8 @@ namespace hostplatform {
 // The reply to `request` when the platform answers it; nothing when it is the daemon's.
 std::optional<mgmt::Bytes> platformReply(std::span<const uint8_t> request, const HostState &state);
 
-// The reply to a request too large to be any request: its header (or as much as came), answered -1.
-mgmt::Bytes refusedReply(std::span<const uint8_t> request);
+// The reply to a request that is not served: its header (or as much as came, the rest zero) with no data,
+// this platform's protocol version and `result`.
+mgmt::Bytes refusedReply(std::span<const uint8_t> request, int32_t result = mgmt::kRefused);
 
 }  // namespace hostplatform

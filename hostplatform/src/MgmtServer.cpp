@@ -16,8 +16,6 @@
 namespace hostplatform {
 namespace {
 
-constexpr size_t kMostConnections = 32;
-
 std::string failure(const std::string &what) {
     return "management socket " + what + ": " + std::strerror(errno);
 }
@@ -81,8 +79,8 @@ bool MgmtServer::open(const std::string &path, const std::string &groupName, int
 }
 
 void MgmtServer::close() {
-    for (const int connection : connections_) {
-        ::close(connection);
+    for (const Connection &connection : connections_) {
+        ::close(connection.descriptor);
     }
     connections_.clear();
     if (listen_ >= 0) {
@@ -99,26 +97,63 @@ void MgmtServer::close() {
     }
 }
 
-int MgmtServer::accept() {
-    const int connection = accept4(listen_, nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK);
-    if (connection < 0) {
+int MgmtServer::accept(double now) {
+    const int descriptor = accept4(listen_, nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK);
+    if (descriptor < 0) {
         return -1;
     }
-    if (connections_.size() == kMostConnections) {
-        ::close(connection);
+    ucred peer{};
+    socklen_t size = sizeof peer;
+    if (getsockopt(descriptor, SOL_SOCKET, SO_PEERCRED, &peer, &size) != 0 ||
+        heldBy(peer.uid) >= kMostPerUser) {
+        ::close(descriptor);
         return -1;
     }
-    connections_.push_back(connection);
-    return connection;
+    if (connections_.size() >= kMostConnections) {
+        makeRoom();
+    }
+    connections_.push_back({descriptor, peer.uid, now});
+    return descriptor;
+}
+
+size_t MgmtServer::heldBy(uid_t user) const {
+    return static_cast<size_t>(std::ranges::count(connections_, user, &Connection::user));
+}
+
+void MgmtServer::makeRoom() {
+    const auto greediest = std::ranges::max_element(
+        connections_, {}, [this](const Connection &connection) { return heldBy(connection.user); });
+    const uid_t user = greediest->user;
+    const auto idlest =
+        std::ranges::min_element(connections_, [user](const Connection &a, const Connection &b) {
+            return (a.user == user && b.user != user) || (a.user == b.user && a.lastHeard < b.lastHeard);
+        });
+    drop(idlest->descriptor);
 }
 
 void MgmtServer::drop(int connection) {
-    if (std::erase(connections_, connection) != 0) {
+    const auto found = std::ranges::find(connections_, connection, &Connection::descriptor);
+    if (found != connections_.end()) {
         ::close(connection);
+        connections_.erase(found);
     }
 }
 
-long MgmtServer::receive(int connection, std::vector<uint8_t> &message, size_t most) const {
+void MgmtServer::closeIdle(double now) {
+    std::erase_if(connections_, [now](const Connection &connection) {
+        const bool idle = now - connection.lastHeard >= kIdleSeconds;
+        if (idle) {
+            ::close(connection.descriptor);
+        }
+        return idle;
+    });
+}
+
+long MgmtServer::receive(int connection, std::vector<uint8_t> &message, size_t most, double now) {
+    const auto found = std::ranges::find(connections_, connection, &Connection::descriptor);
+    if (found != connections_.end()) {
+        found->lastHeard = now;
+    }
     uint8_t none = 0;
     const ssize_t waiting = recv(connection, &none, 0, MSG_PEEK | MSG_TRUNC);
     if (waiting < 0) {
@@ -133,7 +168,7 @@ long MgmtServer::receive(int connection, std::vector<uint8_t> &message, size_t m
 }
 
 int MgmtServer::reply(int connection, std::span<const uint8_t> message) const {
-    if (std::find(connections_.begin(), connections_.end(), connection) == connections_.end()) {
+    if (std::ranges::find(connections_, connection, &Connection::descriptor) == connections_.end()) {
         return -1;
     }
     const ssize_t sent = send(connection, message.data(), message.size(), MSG_NOSIGNAL);

@@ -149,6 +149,7 @@ void tick(HostState &state) {
     for (const auto &work : state.secondWork) {
         work();
     }
+    state.mgmt.closeIdle(secondsNow());
 }
 
 void serveNotices(HostState &state) {
@@ -184,9 +185,10 @@ void answerOrDrop(HostState &state, int connection, std::span<const uint8_t> rep
 }
 
 // Serves a request of a connection that the platform answers itself; answers the length of a request that
-// is the daemon's (now in `buffer`), or 0.
+// is the daemon's (now in `buffer`), or 0. Every message is answered: one the daemon is not to see gets
+// its header back with a result that says why.
 int32_t serveConnection(HostState &state, int connection, std::span<uint8_t> buffer) {
-    const long length = state.mgmt.receive(connection, state.request, kLargestRequest);
+    const long length = state.mgmt.receive(connection, state.request, kLargestRequest, secondsNow());
     if (length == 0) {
         state.mgmt.drop(connection);
         return 0;
@@ -198,20 +200,30 @@ int32_t serveConnection(HostState &state, int connection, std::span<uint8_t> buf
         answerOrDrop(state, connection, refusedReply(state.request));  // larger than any request can be
         return 0;
     }
+    if (mgmt::messageVersion(state.request) != mgmt::kProtocolVersion) {
+        answerOrDrop(state, connection, refusedReply(state.request, mgmt::kWrongVersion));
+        return 0;
+    }
     if (const auto answer = platformReply(state.request, state)) {
         answerOrDrop(state, connection, *answer);
         return 0;
     }
-    // The daemon serves remote calls alone; any other message would get no reply and leave its caller
-    // waiting.
+    // The daemon serves remote calls alone, and only those whose arguments have the sizes its wrappers
+    // read and write; any other message would get no reply, or be read as zeros where it falls short.
+    const auto verdict = mgmt::screenRemoteCall(state.request);
     if (state.request.size() > buffer.size() ||
-        mgmt::messageType(state.request) != mgmt::kRemoteCallMessage) {
-        answerOrDrop(state, connection, refusedReply(state.request));
+        mgmt::messageType(state.request) != mgmt::kRemoteCallMessage ||
+        verdict != mgmt::CallVerdict::kServe) {
+        answerOrDrop(
+            state, connection,
+            refusedReply(state.request, verdict == mgmt::CallVerdict::kWrongSize ? mgmt::kWrongArgumentSize
+                                                                                 : mgmt::kRefused));
         return 0;
     }
-    // Nothing of an earlier request or reply, perhaps another user's, stays behind this one for a reply
-    // sized by the length it declares to carry back.
+    // Nothing of an earlier request or reply, perhaps another user's, stays behind this one, and the result
+    // reads as a refusal until the wrapper service writes the call's own.
     std::fill(std::copy(state.request.begin(), state.request.end(), buffer.begin()), buffer.end(), 0);
+    mgmt::storeAt(buffer, mgmt::kResultOffset, mgmt::kRefused);
     return static_cast<int32_t>(length);
 }
 
@@ -313,7 +325,7 @@ int32_t vosMsgRecv(uint32_t queueHandle, void *buffer, uint32_t bufferSize, int3
             } else if (descriptor == state.signals) {
                 hostplatform::serveSignal(state);
             } else if (descriptor == state.mgmt.listenDescriptor()) {
-                if (const int connection = state.mgmt.accept(); connection >= 0) {
+                if (const int connection = state.mgmt.accept(hostplatform::secondsNow()); connection >= 0) {
                     hostplatform::watch(connection);
                 }
             } else if (const int32_t length = hostplatform::serveConnection(state, descriptor, into);
@@ -339,7 +351,10 @@ int32_t vosMsgResp(uint32_t queueHandle, int32_t /*result*/, const void *message
     hostplatform::commitFilters();
     hostplatform::ReplyTo replyTo{};
     std::memcpy(&replyTo, to->opaque, sizeof replyTo);
-    return host().mgmt.reply(replyTo.connection, {static_cast<const uint8_t *>(message), length});
+    // A remote call's reply is its request with the outputs written in, never longer: whatever length its
+    // header declares, nothing beyond what the caller sent goes back.
+    const size_t sent = std::min<size_t>(length, host().lastRequestLength);
+    return host().mgmt.reply(replyTo.connection, {static_cast<const uint8_t *>(message), sent});
 }
 
 int32_t vosMsgRegisterBldrun(VosBldrunCallback callback) {

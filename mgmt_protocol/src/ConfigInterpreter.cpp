@@ -15,6 +15,7 @@
 
 #include "core/GlobalState.h"
 #include "core/SharedTypes.h"
+#include "mgmt_protocol/RefusalText.h"
 #include "mgmt_protocol/RemoteCallNumbers.h"
 #include "platform/SwitchHelperApi.h"
 #include "relay_option/InfoOptionConfig.h"
@@ -26,7 +27,7 @@ namespace {
 
 constexpr uint32_t kExemptVlansAdd = 0;
 constexpr uint32_t kHighestVlan = 4094;
-constexpr uint32_t kMaxValue = 0xFFFFFFFFU;
+constexpr uint32_t kMostClients = 2048;
 
 // Why a line was refused; caught per line.
 struct Refusal : std::runtime_error {
@@ -40,13 +41,27 @@ Bytes bytesOf(const T &value) {
     return bytes;
 }
 
-uint32_t number(std::string_view text, uint32_t lowest, uint32_t highest) {
+// A client limit: "max-clients: 5000 is above 2048".
+uint32_t clientLimit(std::string_view text) {
     uint32_t value = 0;
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-    if (text.empty() || error != std::errc{} || end != text.data() + text.size() || value < lowest ||
-        value > highest) {
-        throw Refusal("not a number from " + std::to_string(lowest) + " to " + std::to_string(highest) +
-                      ": " + std::string(text));
+    if (text.empty() || end != text.data() + text.size() ||
+        (error != std::errc{} && error != std::errc::result_out_of_range)) {
+        throw Refusal("max-clients: " + std::string(text) + " is not a number");
+    }
+    if (error != std::errc{} || value > kMostClients) {
+        throw Refusal("max-clients: " + std::string(text) + " is above " + std::to_string(kMostClients));
+    }
+    return value;
+}
+
+uint32_t vlanId(std::string_view text) {
+    uint32_t value = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+    if (text.empty() || error != std::errc{} || end != text.data() + text.size() || value < 1 ||
+        value > kHighestVlan) {
+        throw Refusal("vlan: " + std::string(text) + " is not a VLAN from 1 to " +
+                      std::to_string(kHighestVlan));
     }
     return value;
 }
@@ -87,6 +102,20 @@ std::string_view word(std::string_view &rest) {
     return taken;
 }
 
+// The words of `line` one blank apart, as typed with any number of blanks or tabs between them; a quoted
+// text, which ends its line, is kept as it is from its first quote on.
+std::string singleBlanks(std::string_view line) {
+    const size_t quote = std::min(line.find('"'), line.size());
+    std::string words;
+    for (const char c : line.substr(0, quote)) {
+        const bool blank = c == ' ' || c == '\t';
+        if (!blank || (!words.empty() && words.back() != ' ')) {
+            words += blank ? ' ' : c;
+        }
+    }
+    return words.append(line.substr(quote));
+}
+
 bool takePrefix(std::string_view &line, std::string_view prefix) {
     if (!line.starts_with(prefix)) {
         return false;
@@ -101,6 +130,15 @@ class Interpreter {
         : callDaemon_(callDaemon), findPort_(findPort) {}
 
     void enter(std::string_view line) {
+        // "default X" gives X its default value, which for every setting with a value is what "no X" does;
+        // fast removal at port down is on by default.
+        std::string undone;
+        if (line == "default dhcpv6-snooping port-down-action fast-remove") {
+            line = "dhcpv6-snooping port-down-action fast-remove";
+        } else if (line.starts_with("default ")) {
+            undone = "no " + std::string(line.substr(std::string_view("default ").size()));
+            line = undone;
+        }
         if (port_) {
             portLine(line);
         } else if (vlan_) {
@@ -111,25 +149,26 @@ class Interpreter {
     }
 
   private:
-    void call(uint32_t callNumber, const std::vector<Bytes> &arguments) {
+    // Makes the call; a refusal is told as a sentence about `subject`.
+    void call(uint32_t callNumber, const std::vector<Bytes> &arguments, std::string_view subject) {
         const auto result = callDaemon_(callNumber, arguments);
         if (!result) {
-            throw Refusal("the daemon did not answer");
+            throw Refusal(std::string(subject) + ": the daemon did not answer");
         }
         if (*result != 0) {
-            throw Refusal("the daemon answered " + std::to_string(*result));
+            throw Refusal(refusalSentence(callNumber, *result, subject));
         }
     }
 
     void globalLine(std::string_view line) {
         if (line == "dhcpv6-snooping") {
-            call(kStartSnooping, {});
+            call(kStartSnooping, {}, line);
         } else if (line == "no dhcpv6-snooping") {
-            call(kStopSnooping, {});
+            call(kStopSnooping, {}, line);
         } else if (line == "no dhcpv6-snooping port-down-action fast-remove") {
-            call(kSetFastRemove, {bytesOf(uint32_t{0})});
+            call(kSetFastRemove, {bytesOf(uint32_t{0})}, line);
         } else if (line == "dhcpv6-snooping port-down-action fast-remove") {
-            call(kSetFastRemove, {bytesOf(uint32_t{1})});
+            call(kSetFastRemove, {bytesOf(uint32_t{1})}, line);
         } else if (takePrefix(line, "no dhcpv6-snooping information ")) {
             informationOptionOff(line);
         } else if (takePrefix(line, "ipv6-source-guard bind vlan ")) {
@@ -138,8 +177,10 @@ class Interpreter {
             binding(line, kDeleteBinding);
         } else if (takePrefix(line, "interface ethernet")) {
             port_ = portNamed(line);
+            portName_ =
+                "port " + std::string(line.substr(std::min(line.find_first_not_of(' '), line.size())));
         } else if (takePrefix(line, "vlan ")) {
-            vlan_ = number(line, 1, kHighestVlan);
+            vlan_ = vlanId(line);
         } else if (takePrefix(line, "dhcpv6-snooping information ")) {
             informationOption(line);
         } else if (takePrefix(line, "no ipv6-source-guard bind vlan ")) {
@@ -157,19 +198,20 @@ class Interpreter {
         if (line == "exit") {
             port_.reset();
         } else if (line == "dhcpv6-snooping trust" || line == "no dhcpv6-snooping trust") {
-            call(kSetPortTrust, {port, bytesOf(uint32_t{line.starts_with("no ") ? 0U : 1U})});
+            call(kSetPortTrust, {port, bytesOf(uint32_t{line.starts_with("no ") ? 0U : 1U})}, portName_);
         } else if (takePrefix(line, "dhcpv6-snooping max-clients ")) {
-            call(kSetPortMaxClients, {port, bytesOf(number(line, 0, kMaxValue))});
+            call(kSetPortMaxClients, {port, bytesOf(clientLimit(line))}, portName_);
         } else if (line == "no dhcpv6-snooping max-clients") {
-            call(kSetPortMaxClients, {port, bytesOf(uint32_t{kDefaultClientLimit})});
+            call(kSetPortMaxClients, {port, bytesOf(uint32_t{kDefaultClientLimit})}, portName_);
         } else if (line == "no ipv6-source-guard") {
-            call(kSetGuardMode, {port, bytesOf(uint32_t{SOURCE_GUARD_NONE})});
+            call(kSetGuardMode, {port, bytesOf(uint32_t{SOURCE_GUARD_NONE})}, portName_);
         } else if (takePrefix(line, "ipv6-source-guard ")) {
             const auto *mode = std::find(kGuardModes.begin(), kGuardModes.end(), line);
             if (mode == kGuardModes.end()) {
                 throw Refusal("unknown source-guard mode");
             }
-            call(kSetGuardMode, {port, bytesOf(static_cast<uint32_t>(mode - kGuardModes.begin() + 1))});
+            call(kSetGuardMode, {port, bytesOf(static_cast<uint32_t>(mode - kGuardModes.begin() + 1))},
+                 portName_);
         } else {
             throw Refusal("unknown interface command");
         }
@@ -179,9 +221,9 @@ class Interpreter {
         if (line == "exit") {
             vlan_.reset();
         } else if (takePrefix(line, "dhcpv6-snooping max-clients ")) {
-            call(kSetVlanMaxClients, {bytesOf(*vlan_), bytesOf(number(line, 0, kMaxValue))});
+            call(kSetVlanMaxClients, {bytesOf(*vlan_), bytesOf(clientLimit(line))}, vlanName());
         } else if (line == "no dhcpv6-snooping max-clients") {
-            call(kSetVlanMaxClients, {bytesOf(*vlan_), bytesOf(uint32_t{kDefaultClientLimit})});
+            call(kSetVlanMaxClients, {bytesOf(*vlan_), bytesOf(uint32_t{kDefaultClientLimit})}, vlanName());
         } else {
             throw Refusal("unknown VLAN command");
         }
@@ -195,7 +237,8 @@ class Interpreter {
             (interfaceId ? record.interfaceIdEnable : record.remoteIdEnable) = 1;
             call(kSetInfoOption,
                  {bytesOf(uint32_t{interfaceId ? SELECT_INTERFACE_ID_ENABLE : SELECT_REMOTE_ID_ENABLE}),
-                  bytesOf(record)});
+                  bytesOf(record)},
+                 line);
             return;
         }
         const std::string_view option = word(line);
@@ -226,7 +269,8 @@ class Interpreter {
         std::copy(value.begin(), value.end(), storedValue);
         call(kSetInfoOption,
              {bytesOf(uint32_t{interfaceId ? SELECT_INTERFACE_ID_FORMAT : SELECT_REMOTE_ID_FORMAT}),
-              bytesOf(record)});
+              bytesOf(record)},
+             std::string(option) + " " + std::string(format) + " " + std::string(line));
     }
 
     // "option 18", "option 37" switched off, or "interface-id", "remote-id" back to the default format.
@@ -242,7 +286,7 @@ class Interpreter {
         } else {
             throw Refusal("unknown information option");
         }
-        call(kSetInfoOption, {bytesOf(select), bytesOf(record)});
+        call(kSetInfoOption, {bytesOf(select), bytesOf(record)}, line);
     }
 
     void exemptVlans(std::string_view list, uint32_t operation) {
@@ -254,12 +298,21 @@ class Interpreter {
         for (size_t i = 0; ids[i] != 0; ++i) {
             vlanBitmapAdd(requested, ids[i]);
         }
-        call(kConfigureExemptVlans, {bytesOf(operation), bytesOf(requested), bytesOf(VlanBitmap{})});
+        call(kConfigureExemptVlans, {bytesOf(operation), bytesOf(requested), bytesOf(VlanBitmap{})},
+             "ipv6-source-guard bind vlan " + std::string(list));
     }
 
     // "<address> [mac <mac> [interface ethernet <port> [vlan <vlan>]]]", added or deleted by `callNumber`.
     void binding(std::string_view line, uint32_t callNumber) {
-        const Bytes ip = address(AF_INET6, word(line), 16);
+        const std::string_view ipText = word(line);
+        const Bytes ip = address(AF_INET6, ipText, 16);
+        const std::string subject = "binding " + std::string(ipText);
+        const bool unspecified = std::all_of(ip.begin(), ip.end(), [](uint8_t b) { return b == 0; });
+        const bool loopback =
+            std::all_of(ip.begin(), ip.end() - 1, [](uint8_t b) { return b == 0; }) && ip.back() == 1;
+        if (callNumber == kAddBinding && (unspecified || loopback || ip[0] == 0xFF)) {
+            throw Refusal(subject + ": not a unicast address a host can send from");
+        }
         Bytes mac(6);
         uint32_t port = 0;
         uint32_t vlan = 0;
@@ -268,7 +321,7 @@ class Interpreter {
             if (takePrefix(line, "interface ethernet ")) {
                 port = portNamed(word(line));
                 if (takePrefix(line, "vlan ")) {
-                    vlan = number(word(line), 1, kHighestVlan);
+                    vlan = vlanId(word(line));
                 }
             }
         }
@@ -276,21 +329,26 @@ class Interpreter {
             throw Refusal("unexpected words: " + std::string(line));
         }
         // A binding is deleted by its address alone; the rest of its line is read all the same.
-        call(callNumber, callNumber == kDeleteBinding
-                             ? std::vector<Bytes>{ip}
-                             : std::vector<Bytes>{ip, mac, bytesOf(port), bytesOf(vlan)});
+        call(callNumber,
+             callNumber == kDeleteBinding ? std::vector<Bytes>{ip}
+                                          : std::vector<Bytes>{ip, mac, bytesOf(port), bytesOf(vlan)},
+             subject);
     }
 
     [[nodiscard]] uint32_t portNamed(std::string_view name) const {
         if (const auto port = findPort_(name)) {
             return *port;
         }
-        throw Refusal("no such port: " + std::string(name));
+        throw Refusal("no such port: " +
+                      std::string(name.substr(std::min(name.find_first_not_of(' '), name.size()))));
     }
+
+    [[nodiscard]] std::string vlanName() const { return "vlan " + std::to_string(*vlan_); }
 
     const CallDaemon &callDaemon_;
     const FindPort &findPort_;
     std::optional<uint32_t> port_;
+    std::string portName_;  // "port swp3", as refusals name it
     std::optional<uint32_t> vlan_;
 };
 
@@ -314,7 +372,7 @@ std::vector<ConfigLineError> applyConfigText(std::string_view text, const CallDa
             continue;
         }
         try {
-            interpreter.enter(line);
+            interpreter.enter(singleBlanks(line));
         } catch (const Refusal &refusal) {
             errors.push_back({lineNumber, std::string(line), refusal.what()});
         }

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "mgmt_protocol/CallShapes.h"
+
 namespace mgmt {
 namespace {
 
@@ -9,6 +11,7 @@ Bytes withText(uint16_t type, int32_t result, std::string_view text) {
     Bytes message(kHeaderSize + text.size(), 0);
     std::ranges::copy(text, message.begin() + kHeaderSize);
     storeAt(message, kTypeOffset, type);
+    storeAt(message, kVersionOffset, kProtocolVersion);
     storeAt(message, kResultOffset, result);
     return message;
 }
@@ -17,6 +20,10 @@ Bytes withText(uint16_t type, int32_t result, std::string_view text) {
 
 uint16_t messageType(std::span<const uint8_t> message) {
     return message.size() < kHeaderSize ? 0 : loadAt<uint16_t>(message, kTypeOffset);
+}
+
+uint16_t messageVersion(std::span<const uint8_t> message) {
+    return message.size() < kHeaderSize ? 0 : loadAt<uint16_t>(message, kVersionOffset);
 }
 
 Bytes encodeRemoteCall(uint32_t callNumber, const std::vector<Bytes> &arguments) {
@@ -28,6 +35,7 @@ Bytes encodeRemoteCall(uint32_t callNumber, const std::vector<Bytes> &arguments)
         message.insert(message.end(), argument.begin(), argument.end());
     }
     storeAt(message, kTypeOffset, kRemoteCallMessage);
+    storeAt(message, kVersionOffset, kProtocolVersion);
     storeAt(message, kCallNumberOffset, callNumber);
     storeAt(message, kArgCountOffset, static_cast<uint32_t>(arguments.size()));
     storeAt(message, kDataLengthOffset, static_cast<uint16_t>(message.size() - kHeaderSize));
@@ -60,6 +68,23 @@ std::optional<DecodedRemoteCall> decodeRemoteCall(std::span<const uint8_t> messa
         data = data.subspan(length);
     }
     return call;
+}
+
+CallVerdict screenRemoteCall(std::span<const uint8_t> message) {
+    const auto call = decodeRemoteCall(message);
+    if (!call) {
+        return CallVerdict::kMalformed;
+    }
+    const CallShape *shape = callShape(call->callNumber);
+    if (shape == nullptr || shape->argumentCount != call->arguments.size()) {
+        return CallVerdict::kServe;
+    }
+    for (size_t i = 0; i < call->arguments.size(); ++i) {
+        if (call->arguments[i].size() != shape->sizes[i]) {
+            return CallVerdict::kWrongSize;
+        }
+    }
+    return CallVerdict::kServe;
 }
 
 Bytes encodePlatformRequest(uint16_t type, std::string_view text) {

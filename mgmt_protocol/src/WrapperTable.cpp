@@ -3,13 +3,14 @@
 #include <algorithm>
 #include <span>
 
+#include "mgmt_protocol/CallShapes.h"
 #include "mgmt_protocol/ManagementHeader.h"
 
 namespace mgmt {
 namespace {
 
-// The largest argument of any call: a page of 64 static-binding records of 32 bytes.
-constexpr size_t kLargestArgument = size_t{64} * 32;
+// The largest argument of any call: a page of static-binding records.
+constexpr size_t kLargestArgument = size_t{kStaticBindPageRecords} * kStaticBindRecordSize;
 
 }  // namespace
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "core/ByteAccess.h"
+#include "mgmt_protocol/MessageLayout.h"
 #include "platform/PlatformVariables.h"
 #include "platform/RmWrapApi.h"
 #include "platform/VosApi.h"
@@ -14,10 +15,10 @@ constexpr char kRecvFailed[] = "\r\n%s:vosMsgRecv failed iRet = %d";
 constexpr char kUnknownMessage[] = "\r\n%s:vosMsgRecv receive unkown msg %d";
 
 // Management message header: the type, and the length of the data behind the 24-byte header.
-constexpr uint32_t kMessageTypeOffset = 0;
-constexpr uint32_t kDataLengthOffset = 14;
-constexpr uint32_t kMessageHeaderSize = 24;
-constexpr uint16_t kRemoteCallMessage = 2;
+constexpr uint32_t kMessageTypeOffset = mgmt::kTypeOffset;
+constexpr uint32_t kDataLengthOffset = mgmt::kDataLengthOffset;
+constexpr uint32_t kMessageHeaderSize = mgmt::kHeaderSize;
+constexpr uint16_t kRemoteCallMessage = mgmt::kRemoteCallMessage;
 // What the remote-call wrapper service answers when no reply is to be sent.
 constexpr int32_t kNoReply = -1017;
 

@@ -6,6 +6,7 @@
 
 #include "mgmt/ConfigReset.h"
 #include "mgmt/PortVlanSettings.h"
+#include "mgmt_protocol/CallShapes.h"
 #include "platform/RmWrapApi.h"
 #include "relay_option/InfoOptionConfig.h"
 #include "snooping/BulkRemoval.h"
@@ -255,6 +256,29 @@ constexpr bool numberedInOrder() {
     return true;
 }
 static_assert(numberedInOrder());
+
+// The command line builds each call to the shapes of the protocol's table: the same numbers and argument
+// counts, and records of the sizes the operations take.
+constexpr bool shapedAsTheProtocolSays() {
+    for (size_t row = 0; row < kCalls.size(); ++row) {
+        if (kCalls[row].number != mgmt::kCallShapes[row].number ||
+            kCalls[row].argumentCount != mgmt::kCallShapes[row].argumentCount) {
+            return false;
+        }
+    }
+    return kCalls.size() == mgmt::kCallShapes.size();
+}
+static_assert(shapedAsTheProtocolSays());
+static_assert(kFirstRemoteCall == mgmt::kStartSnooping);
+static_assert(sizeof(Ipv6Address) == mgmt::kAddressSize);
+static_assert(sizeof(GlobalInfo) == mgmt::kGlobalInfoSize);
+static_assert(sizeof(VlanBitmap) == mgmt::kVlanBitmapSize);
+static_assert(sizeof(DeleteSelector) == mgmt::kDeleteSelectorSize);
+static_assert(sizeof(InfoOptionConfig) == mgmt::kInfoOptionConfigSize);
+static_assert(sizeof(StaticBindRecord) == mgmt::kStaticBindRecordSize);
+static_assert(kStaticBindPage == mgmt::kStaticBindPageRecords);
+static_assert(sizeof(ClientAddressSummary) == mgmt::kClientSummarySize);
+static_assert(kClientSummaryLimit == mgmt::kClientSummaryRecords);
 
 }  // namespace
 

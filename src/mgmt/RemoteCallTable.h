@@ -5,9 +5,11 @@
 
 #include <cstdint>
 
+#include "mgmt_protocol/MessageLayout.h"
+
 inline constexpr uint32_t kFirstRemoteCall = 6250;
 inline constexpr uint32_t kEndRemoteCall = 6282;
-inline constexpr int32_t kWrongArgumentCount = -1001;
+inline constexpr int32_t kWrongArgumentCount = mgmt::kWrongArgumentCount;
 
 extern "C" {
 

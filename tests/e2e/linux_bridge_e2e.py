@@ -398,13 +398,30 @@ class Scenario:
         return None if answer == "none" else bytes.fromhex(answer)
 
     def raw_messages(self):
-        """A message that is no request is answered, refused; a reply carries nothing its request did not cause."""
-        def header(kind, call, length):
-            return (kind.to_bytes(2, "little") + bytes(2) + call.to_bytes(4, "little") + bytes(4) + bytes(2) +
-                    length.to_bytes(2, "little") + bytes(8))
-        reply = self.exchange(header(99, 0, 0))
-        self.check(reply is not None and int.from_bytes(reply[16:20], "little", signed=True) == -1,
-                   "a message of an unknown type gets a refusal, not silence", reply)
+        """Every message is answered or closed, never left hanging; a reply carries nothing its request did not
+        cause; a peer of another protocol version and an argument of the wrong size are refused."""
+        def header(kind, call, length, version=1, count=0):
+            return (kind.to_bytes(2, "little") + version.to_bytes(2, "little") + call.to_bytes(4, "little") +
+                    count.to_bytes(4, "little") + bytes(2) + length.to_bytes(2, "little") + bytes(8))
+
+        def result(reply):
+            return None if reply is None or len(reply) < 24 else int.from_bytes(reply[16:20], "little", signed=True)
+
+        answered = [kind for kind in range(0, 16)
+                    if kind not in (3, 4, 5, 6, 7, 8, 9) and result(self.exchange(header(kind, 6270, 0))) is not None]
+        self.check(answered == [kind for kind in range(0, 16) if kind not in (3, 4, 5, 6, 7, 8, 9)],
+                   "a message of any type is answered", answered)
+        self.check(result(self.exchange(header(99, 0, 0))) == -1, "a message of an unknown type is refused")
+        old = self.exchange(header(2, 6270, 0, version=0))
+        self.check(result(old) == -1003 and old[2:4] == (1).to_bytes(2, "little"),
+                   "a peer of another protocol version is told so, with this daemon's version", old)
+        cut = [length for length in range(1, 24) if (result(self.exchange(header(2, 6270, 0)[:length])) or 0) >= 0]
+        self.check(cut == [], "a message shorter than its header is refused, not served", cut)
+        before = self.ctl("show", "running-config").stdout
+        short = header(2, 6263, 4 + 4 + 4 + 1, count=2) + (4).to_bytes(4, "little") + (1).to_bytes(4, "little") + \
+            (1).to_bytes(4, "little") + bytes(1)
+        self.check(result(self.exchange(short)) == -1002 and self.ctl("show", "running-config").stdout == before,
+                   "a one-byte argument to max-clients is refused and changes nothing")
         self.ctl("show", "clients")  # the receive buffer fills with replies to another caller
         reply = self.exchange(header(2, 6270, 7000))  # no argument, a large length declared
         self.check(reply is not None and not any(reply[24:]),

@@ -55,8 +55,9 @@ TEST(ConfigService, ACheckChangesNothingHereAndAWholeEntryIsAllOrNothing) {
         " dhcpv6-snooping max-clients 99999999\n"
         "exit\n"
         "interface ethernet swp9\n";
-    const auto expected = ElementsAre("line 5: dhcpv6-snooping max-clients 99999999: the daemon answered -1",
-                                      "line 7: interface ethernet swp9: no such port:  swp9");
+    const auto expected =
+        ElementsAre("line 5: dhcpv6-snooping max-clients 99999999: max-clients: 99999999 is above 2048",
+                    "line 7: interface ethernet swp9: no such port: swp9");
     EXPECT_THAT(described(hostplatform::checkConfigText(refused)), expected);
     EXPECT_EQ(runningConfig(), defaults) << "the check changed the daemon";
     EXPECT_THAT(described(hostplatform::enterConfigTextWhole(refused)), expected);

@@ -1,10 +1,6 @@
 #pragma once
 // The management messages between the command line and a switch process, in the processor's own byte
-// order. Every message starts with the same 24-byte header:
-//
-//   0  u16 message type              8  u32 argument count        16  i32 result, written by the server
-//   2  u16 zero                     12  u16 zero                  20  u32 zero
-//   4  u32 call number              14  u16 data length           24  data
+// order. Every message starts with the 24-byte header of MessageLayout.h.
 //
 // A remote call (type 2) carries per argument a u32 length and then that many bytes; the reply is the same
 // message with the outputs written over the arguments and the result filled in. A call that cannot be
@@ -24,25 +20,11 @@
 #include <string_view>
 #include <vector>
 
+#include "mgmt_protocol/MessageLayout.h"
+
 namespace mgmt {
 
 using Bytes = std::vector<uint8_t>;
-
-inline constexpr uint16_t kRemoteCallMessage = 2;
-inline constexpr uint16_t kRunningConfigMessage = 3;
-inline constexpr uint16_t kPortNamesMessage = 4;
-inline constexpr uint16_t kCheckConfigMessage = 5;
-inline constexpr uint16_t kApplyConfigMessage = 6;
-inline constexpr uint16_t kSaveConfigMessage = 7;
-inline constexpr uint16_t kStoragePathsMessage = 8;
-inline constexpr uint16_t kReplaceConfigMessage = 9;
-
-inline constexpr size_t kHeaderSize = 24;
-inline constexpr size_t kTypeOffset = 0;
-inline constexpr size_t kCallNumberOffset = 4;
-inline constexpr size_t kArgCountOffset = 8;
-inline constexpr size_t kDataLengthOffset = 14;
-inline constexpr size_t kResultOffset = 16;
 
 template <typename T>
 void storeAt(std::span<uint8_t> bytes, size_t offset, T value) {
@@ -58,6 +40,8 @@ T loadAt(std::span<const uint8_t> bytes, size_t offset) {
 
 // The type of a message, or 0 when it is shorter than its header.
 uint16_t messageType(std::span<const uint8_t> message);
+// The protocol version a message was written for, or 0 when it is shorter than its header.
+uint16_t messageVersion(std::span<const uint8_t> message);
 
 Bytes encodeRemoteCall(uint32_t callNumber, const std::vector<Bytes> &arguments);
 
@@ -69,6 +53,12 @@ struct DecodedRemoteCall {
 
 // Reads a remote-call message or reply; nothing when its fields do not fit its length.
 std::optional<DecodedRemoteCall> decodeRemoteCall(std::span<const uint8_t> message);
+
+// What the platform makes of a remote call before the daemon sees it: one whose arguments do not fit its
+// length is malformed; one with the daemon's count of arguments must have each of the size that the call
+// takes. A wrong count and an unknown call number are the daemon's to answer.
+enum class CallVerdict { kServe, kMalformed, kWrongSize };
+CallVerdict screenRemoteCall(std::span<const uint8_t> message);
 
 // A request of the platform's own, and its reply: the header and a text behind it.
 Bytes encodePlatformRequest(uint16_t type, std::string_view text = {});
