@@ -11,6 +11,7 @@
 
 #include "core/SharedTypes.h"
 #include "mgmt/PortVlanSettings.h"
+#include "mgmt_protocol/ListRecords.h"
 #include "mgmt_protocol/RemoteCallNumbers.h"
 #include "relay_option/InfoOptionConfig.h"
 #include "source_guard/StaticBindings.h"
@@ -23,7 +24,6 @@ using nlohmann::json;
 using namespace mgmt;  // NOLINT(google-build-using-namespace): the remote-call numbers
 
 constexpr uint32_t kHighestVlan = 4094;
-constexpr uint32_t kDefaultMaxClients = 2048;
 constexpr std::array<const char *, 5> kGuardModes = {"?", "ipv6", "ipv6-mac", "ipv6-mac-vlan", "none"};
 constexpr std::array<const char *, 6> kFormats = {"?",       "ipv4-address", "ipv6-address",
                                                   "default", "string",       "user-defined"};
@@ -44,6 +44,20 @@ std::string macText(const uint8_t *mac) {
 template <size_t N>
 const char *named(const std::array<const char *, N> &names, uint32_t value) {
     return value < names.size() ? names[value] : names[0];
+}
+
+// The template of an option in the user-defined format, as the running configuration writes it: the
+// settings record holds only the parsed fields.
+std::string templateText(const std::string &runningConfig, const char *option) {
+    const std::string start = std::string("dhcpv6-snooping information ") + option + " user-defined \"";
+    const size_t at = runningConfig.find(start);
+    if (at == std::string::npos) {
+        return "";
+    }
+    const size_t from = at + start.size();
+    const size_t end = runningConfig.find('\n', from);
+    const std::string_view line(runningConfig.data() + from, std::min(end, runningConfig.size()) - from);
+    return std::string(line.substr(0, line.rfind('"')));
 }
 
 json optionView(uint32_t enable, uint32_t format, const uint8_t *value) {
@@ -75,50 +89,51 @@ json globalView(DaemonLink &daemon) {
         daemon.require(kInfoOptionGet, {bytesOf(InfoOptionConfig{})}, "the option settings").arguments.at(0));
     const auto bindings = valueOf<uint32_t>(
         daemon.require(kBindingCount, {bytesOf(uint32_t{0})}, "the binding count").arguments.at(0));
-    return {{"snooping", info.onOff != 0},
-            {"port_down_fast_remove", info.portDownAction != 0},
-            {"static_bindings", bindings},
-            {"interface_id",
-             optionView(options.interfaceIdEnable, options.interfaceIdFormat, options.interfaceIdValue)},
-            {"remote_id", optionView(options.remoteIdEnable, options.remoteIdFormat, options.remoteIdValue)}};
+    json value = {
+        {"snooping", info.onOff != 0},
+        {"port_down_fast_remove", info.portDownAction != 0},
+        {"static_bindings", bindings},
+        {"interface_id", optionView(options.interfaceIdEnable, options.interfaceIdFormat, options.interfaceIdValue)},
+        {"remote_id", optionView(options.remoteIdEnable, options.remoteIdFormat, options.remoteIdValue)}};
+    if (options.interfaceIdFormat == FORMAT_USER_DEFINED || options.remoteIdFormat == FORMAT_USER_DEFINED) {
+        const std::string text = daemon.runningConfig();
+        for (const char *option : {"interface-id", "remote-id"}) {
+            json &shown = value[option == std::string("interface-id") ? "interface_id" : "remote_id"];
+            if (shown["format"] == "user-defined") {
+                shown["value"] = templateText(text, option);
+            }
+        }
+    }
+    return value;
 }
 
 json portsView(DaemonLink &daemon) {
+    const auto [result, data] = daemon.platformRequest(mgmt::kPortListMessage);
+    const auto list = mgmt::decodePortList({reinterpret_cast<const uint8_t *>(data.data()), data.size()});
+    if (result != 0 || !list) {
+        throw CommandFailure("the daemon gave no list of its ports");
+    }
     json ports = json::array();
-    const auto names = daemon.portNames();
-    for (uint32_t port = 1; port <= names.size(); ++port) {
-        if (names[port - 1].empty()) {
-            continue;  // an interface that has left the bridge
-        }
-        // A port that left the bridge between the names and these calls is not shown; the others are.
-        const auto trust = daemon.call(kPortTrustGet, {bytesOf(port), bytesOf(uint32_t{0})});
-        const auto mode = daemon.call(kGetGuardMode, {bytesOf(port), bytesOf(uint32_t{0})});
-        const auto limit =
-            daemon.call(kPortMaxClientsGet, {bytesOf(port), bytesOf(uint32_t{0}), bytesOf(uint32_t{0})});
-        if (!trust || !mode || !limit || trust->result != 0 || mode->result != 0 || limit->result != 0) {
-            continue;
-        }
-        ports.push_back({{"port", port},
-                         {"name", names[port - 1]},
-                         {"trusted", valueOf<uint32_t>(trust->arguments.at(1)) != 0},
-                         {"source_guard", named(kGuardModes, valueOf<uint32_t>(mode->arguments.at(1)))},
-                         {"max_clients", valueOf<uint32_t>(limit->arguments.at(1))},
-                         {"clients", valueOf<uint32_t>(limit->arguments.at(2))}});
+    for (const auto &port : *list) {
+        ports.push_back({{"port", port.port},
+                         {"name", port.name},
+                         {"trusted", port.trusted},
+                         {"source_guard", named(kGuardModes, port.guardMode)},
+                         {"max_clients", port.maxClients},
+                         {"clients", port.clients}});
     }
     return ports;
 }
 
 json vlansView(DaemonLink &daemon) {
+    const auto [result, data] = daemon.platformRequest(mgmt::kVlanListMessage);
+    const auto list = mgmt::decodeVlanList({reinterpret_cast<const uint8_t *>(data.data()), data.size()});
+    if (result != 0 || !list) {
+        throw CommandFailure("the daemon gave no list of its VLANs");
+    }
     json vlans = json::array();
-    for (uint32_t vlan = 1; vlan <= kHighestVlan; ++vlan) {
-        const auto limit =
-            daemon.require(kVlanMaxClientsGet, {bytesOf(vlan), bytesOf(uint32_t{0}), bytesOf(uint32_t{0})},
-                           "the settings of VLAN " + std::to_string(vlan));
-        const auto maximum = valueOf<uint32_t>(limit.arguments.at(1));
-        const auto clients = valueOf<uint32_t>(limit.arguments.at(2));
-        if (maximum != kDefaultMaxClients || clients != 0) {
-            vlans.push_back({{"vlan", vlan}, {"max_clients", maximum}, {"clients", clients}});
-        }
+    for (const auto &vlan : *list) {
+        vlans.push_back({{"vlan", vlan.vlan}, {"max_clients", vlan.maxClients}, {"clients", vlan.clients}});
     }
     return vlans;
 }

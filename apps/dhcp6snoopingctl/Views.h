@@ -10,7 +10,7 @@ namespace ctl {
 
 nlohmann::json globalView(DaemonLink &daemon);
 nlohmann::json portsView(DaemonLink &daemon);
-// The VLANs whose client limit is not the default or that have clients.
+// The VLANs of the bridge whose client limit is not the default, and those that have clients.
 nlohmann::json vlansView(DaemonLink &daemon);
 // The acknowledged clients in MAC order, each with its addresses and prefixes and their lease time left.
 nlohmann::json clientsView(DaemonLink &daemon);

@@ -21,18 +21,6 @@
 namespace hostplatform {
 namespace {
 
-// A remote call served by the daemon's registered wrappers in this process, as if it had come on the
-// socket.
-std::optional<int32_t> callInProcess(uint32_t callNumber, const std::vector<mgmt::Bytes> &arguments) {
-    mgmt::Bytes message = mgmt::encodeRemoteCall(callNumber, arguments);
-    if (message.size() > SMD_MSG_RECV_BUFFER_SIZE) {
-        return std::nullopt;
-    }
-    host().lastRequestLength = message.size();
-    message.resize(SMD_MSG_RECV_BUFFER_SIZE);
-    return smdCfgRmWrapProcess(message.data());
-}
-
 // The port of an interface name; the blank that stands between "interface ethernet" and the name on this
 // platform is not part of it.
 std::optional<uint32_t> portNamed(std::string_view name) {
@@ -80,8 +68,26 @@ std::vector<mgmt::ConfigLineError> checkFailed(const std::string &why) {
 
 }  // namespace
 
+std::optional<mgmt::DecodedRemoteCall> callInProcess(uint32_t callNumber,
+                                                     const std::vector<mgmt::Bytes> &arguments) {
+    mgmt::Bytes message = mgmt::encodeRemoteCall(callNumber, arguments);
+    if (message.size() > SMD_MSG_RECV_BUFFER_SIZE) {
+        return std::nullopt;
+    }
+    host().lastRequestLength = message.size();
+    const size_t length = message.size();
+    message.resize(SMD_MSG_RECV_BUFFER_SIZE);
+    smdCfgRmWrapProcess(message.data());
+    message.resize(length);
+    return mgmt::decodeRemoteCall(message);
+}
+
 std::vector<mgmt::ConfigLineError> enterConfigText(std::string_view text) {
-    return mgmt::applyConfigText(text, callInProcess, portNamed);
+    const mgmt::CallDaemon call = [](uint32_t callNumber, const std::vector<mgmt::Bytes> &arguments) {
+        const auto reply = callInProcess(callNumber, arguments);
+        return reply ? std::optional<int32_t>(reply->result) : std::nullopt;
+    };
+    return mgmt::applyConfigText(text, call, portNamed);
 }
 
 std::vector<mgmt::ConfigLineError> checkConfigText(std::string_view text, bool fromDefaults) {

@@ -39,6 +39,7 @@ struct HostState {
     size_t lastRequestLength = 0;  // of the management request last handed to the daemon
     std::vector<uint8_t> request;  // the management request being served, of any size the platform takes
     bool quiet = false;            // no log line at all: a copy of the daemon that checks a configuration
+    bool listing = false;          // the platform reads a whole list through the calls: no trace line
     // What the packet path did, told in the log when the daemon stops.
     uint64_t framesHandled = 0;
     uint64_t framesDropped = 0;

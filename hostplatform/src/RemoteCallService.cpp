@@ -33,7 +33,7 @@ int32_t smdRmWrapRegister(uint32_t callNumber, uint32_t /*flags*/, RmWrapper wra
 }
 
 int32_t smdDebugPrintf(uint32_t /*level*/, const char *format, ...) {
-    if (format == nullptr || !hostplatform::host().settings.trace) {
+    if (format == nullptr || !hostplatform::host().settings.trace || hostplatform::host().listing) {
         return format == nullptr ? -1 : 0;
     }
     char line[kDebugLineSize];

@@ -8,6 +8,8 @@
 
 #include "ConfigService.h"
 #include "HostState.h"
+#include "MgmtReplies.h"
+#include "mgmt_protocol/ListRecords.h"
 #include "core/GlobalState.h"
 #include "mgmt/RemoteCallTable.h"
 #include "platform/PlatformVariables.h"
@@ -68,6 +70,43 @@ TEST(ConfigService, ACheckChangesNothingHereAndAWholeEntryIsAllOrNothing) {
     EXPECT_THAT(runningConfig(), Not(HasSubstr("dhcpv6-snooping trust")));
     EXPECT_THAT(hostplatform::enterConfigTextWhole(taken), IsEmpty());
     EXPECT_THAT(runningConfig(), HasSubstr("interface ethernet swp1\r\ndhcpv6-snooping trust\r\nexit"));
+}
+
+// The ports and VLANs come back whole in one reply each, as the running configuration has them: a port
+// that left the bridge is not listed, nor a limited VLAN the bridge lacks, while a VLAN with clients is.
+TEST(ConfigService, PortAndVlanListsAgreeWithTheRunningConfiguration) {
+    auto &bridge = hostplatform::host().bridge;
+    bridge.ports.resize(3);
+    for (uint32_t i = 0; i < 3; ++i) {
+        bridge.ports[i].ifindex = 7 + i;
+        bridge.ports[i].name = "swp" + std::to_string(i + 1);
+        bridge.ports[i].vlans.set(10);
+    }
+    gul_max_port_num = 3;
+    ASSERT_EQ(dhcp6snooping_init(), 0);
+    ASSERT_EQ(dhcp6snoopingRmWrapFunction(), 0);
+    ASSERT_THAT(hostplatform::enterConfigText("interface ethernet swp1\ndhcpv6-snooping trust\nexit\n"
+                                              "interface ethernet swp3\ndhcpv6-snooping max-clients 9\nexit\n"
+                                              "vlan 10\ndhcpv6-snooping max-clients 5\nexit\n"
+                                              "vlan 30\ndhcpv6-snooping max-clients 6\nexit\n"),
+                IsEmpty());
+    bridge.ports[1].ifindex = 0;  // swp2 has left
+    vlanClientCount[40] = 2;
+
+    const auto list = [&](uint16_t type) {
+        const auto reply = hostplatform::platformReply(mgmt::encodePlatformRequest(type), hostplatform::host());
+        EXPECT_TRUE(reply.has_value());
+        return reply.value_or(mgmt::Bytes(mgmt::kHeaderSize));
+    };
+    const auto data = [](const mgmt::Bytes &reply) { return std::span(reply).subspan(mgmt::kHeaderSize); };
+    const auto ports = mgmt::decodePortList(data(list(mgmt::kPortListMessage)));
+    ASSERT_TRUE(ports.has_value());
+    EXPECT_THAT(*ports, ElementsAre(mgmt::PortSettings{1, "swp1", true, 4, 2048, 0},
+                                    mgmt::PortSettings{3, "swp3", false, 4, 9, 0}));
+    const auto vlans = mgmt::decodeVlanList(data(list(mgmt::kVlanListMessage)));
+    ASSERT_TRUE(vlans.has_value());
+    EXPECT_THAT(*vlans, ElementsAre(mgmt::VlanSettings{10, 5, 0}, mgmt::VlanSettings{40, 2048, 2}));
+    EXPECT_THAT(runningConfig(), Not(HasSubstr("vlan 30")));
 }
 
 }  // namespace

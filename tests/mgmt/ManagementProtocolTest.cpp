@@ -6,6 +6,7 @@
 #include <gmock/gmock.h>
 
 #include "mgmt_protocol/CallShapes.h"
+#include "mgmt_protocol/ListRecords.h"
 #include "mgmt_protocol/ManagementHeader.h"
 #include "mgmt_protocol/RefusalText.h"
 #include "support/DaemonTest.h"
@@ -64,6 +65,26 @@ TEST(ManagementProtocol, EveryMessageCarriesTheVersionItWasWrittenFor) {
         EXPECT_EQ(mgmt::messageVersion(message), mgmt::kProtocolVersion);
     }
     EXPECT_EQ(mgmt::messageVersion(mgmt::Bytes(mgmt::kHeaderSize - 1, 1)), 0);
+}
+
+TEST(ManagementProtocol, ListsComeBackAsTheyWereWrittenInNetworkByteOrder) {
+    const std::vector<mgmt::PortSettings> ports = {{1, "swp1", true, 4, 2048, 3},
+                                                   {224, "a-name-of-16-chr", false, 2, 0, 70000}};
+    const mgmt::Bytes portData = mgmt::encodePortList(ports);
+    ASSERT_EQ(portData.size(), 2 * mgmt::kPortRecordSize);
+    EXPECT_EQ(portData[3], 1) << "the port number's low byte comes last";
+    EXPECT_EQ(mgmt::decodePortList(portData), ports);
+    const std::vector<mgmt::VlanSettings> vlans = {{1, 2048, 0}, {4094, 5, 2}};
+    const mgmt::Bytes vlanData = mgmt::encodeVlanList(vlans);
+    EXPECT_EQ(vlanData[0], 0);
+    EXPECT_EQ(vlanData[1], 1);
+    EXPECT_EQ(mgmt::decodeVlanList(vlanData), vlans);
+    // A list cut inside a record, or a name that claims more than its field, is no list.
+    EXPECT_EQ(mgmt::decodePortList(std::span(portData).first(portData.size() - 1)), std::nullopt);
+    EXPECT_EQ(mgmt::decodeVlanList(std::span(vlanData).first(mgmt::kVlanRecordSize + 1)), std::nullopt);
+    mgmt::Bytes longName = portData;
+    longName[17] = 17;
+    EXPECT_EQ(mgmt::decodePortList(longName), std::nullopt);
 }
 
 // Every answer a call is known to give reads as a sentence about the command's subject; so do the
