@@ -162,6 +162,8 @@ void serveNotices(HostState &state) {
     // The filters follow ports that were renamed, changed their PVID, left or came back; the MAC table's
     // notices, which a flood brings by the thousand, cannot change a port.
     if (portsMayHaveChanged) {
+        // A port that joins with its link down is a port all the same, numbered after the others.
+        gul_max_port_num = static_cast<uint32_t>(state.bridge.ports.size());
         nftRefreshPorts();
     }
 }

@@ -386,6 +386,22 @@ class Scenario:
                        f"'{' '.join(words)}' is refused with a message", result.stdout + result.stderr)
         self.check(self.ctl("show", "running-config").stdout == before, "refused commands change nothing")
         self.raw_messages()
+        self.ports_come_and_go()
+
+    def ports_come_and_go(self):
+        """A port added at run time takes the next number and the others keep theirs; a port removed leaves
+        the list, and no view fails for it."""
+        numbers = {p["name"]: p["port"] for p in json.loads(self.ctl("show", "-j", "ports").stdout)}
+        self.run("ip", "link", "add", "swp9", "type", "veth", "peer", "name", "swp9peer", namespace="sw")
+        self.run("ip", "link", "set", "swp9", "master", "br0", "up", namespace="sw")
+        added = lambda: {p["name"]: p["port"] for p in json.loads(self.ctl("show", "ports", "--json=short").stdout)}
+        self.check(self.wait_for(lambda: added().get("swp9") == max(numbers.values()) + 1, 5) and
+                   all(added()[name] == number for name, number in numbers.items()),
+                   "a port added at run time takes the next number and the others keep theirs", added())
+        self.run("ip", "link", "del", "swp9", namespace="sw")
+        self.check(self.wait_for(lambda: "swp9" not in added(), 5) and
+                   all(self.ctl("show", view, check=False).returncode == 0 for view in ("ports", "vlans", "clients")),
+                   "a port removed leaves the list and every view still answers", added())
 
     def exchange(self, message):
         """One raw message on the management socket, from the switch's namespace; the reply, or None."""
