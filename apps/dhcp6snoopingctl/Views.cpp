@@ -93,7 +93,8 @@ json globalView(DaemonLink &daemon) {
         {"snooping", info.onOff != 0},
         {"port_down_fast_remove", info.portDownAction != 0},
         {"static_bindings", bindings},
-        {"interface_id", optionView(options.interfaceIdEnable, options.interfaceIdFormat, options.interfaceIdValue)},
+        {"interface_id",
+         optionView(options.interfaceIdEnable, options.interfaceIdFormat, options.interfaceIdValue)},
         {"remote_id", optionView(options.remoteIdEnable, options.remoteIdFormat, options.remoteIdValue)}};
     if (options.interfaceIdFormat == FORMAT_USER_DEFINED || options.remoteIdFormat == FORMAT_USER_DEFINED) {
         const std::string text = daemon.runningConfig();

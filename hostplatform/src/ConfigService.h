@@ -14,7 +14,8 @@ namespace hostplatform {
 
 // A remote call served by the daemon's registered wrappers in this process, as if it had come on the
 // socket: its reply, with the outputs written in; nothing when it is too large for the daemon's buffer.
-std::optional<mgmt::DecodedRemoteCall> callInProcess(uint32_t callNumber, const std::vector<mgmt::Bytes> &arguments);
+std::optional<mgmt::DecodedRemoteCall> callInProcess(uint32_t callNumber,
+                                                     const std::vector<mgmt::Bytes> &arguments);
 
 // Enters `text` line by line; the lines refused, the others entered.
 std::vector<mgmt::ConfigLineError> enterConfigText(std::string_view text);

@@ -9,9 +9,9 @@
 #include "ConfigService.h"
 #include "HostState.h"
 #include "MgmtReplies.h"
-#include "mgmt_protocol/ListRecords.h"
 #include "core/GlobalState.h"
 #include "mgmt/RemoteCallTable.h"
+#include "mgmt_protocol/ListRecords.h"
 #include "platform/PlatformVariables.h"
 #include "running_config/RunningConfig.h"
 
@@ -94,7 +94,8 @@ TEST(ConfigService, PortAndVlanListsAgreeWithTheRunningConfiguration) {
     vlanClientCount[40] = 2;
 
     const auto list = [&](uint16_t type) {
-        const auto reply = hostplatform::platformReply(mgmt::encodePlatformRequest(type), hostplatform::host());
+        const auto reply =
+            hostplatform::platformReply(mgmt::encodePlatformRequest(type), hostplatform::host());
         EXPECT_TRUE(reply.has_value());
         return reply.value_or(mgmt::Bytes(mgmt::kHeaderSize));
     };
