@@ -176,7 +176,9 @@ struct UndoneLine {
 class UndoneLineTest : public ConfigLinesTest, public ::testing::WithParamInterface<UndoneLine> {};
 
 TEST_P(UndoneLineTest, GivesBackTheRunningConfigurationOfBefore) {
-    const auto &[block, line, undo] = GetParam();
+    const char *block = GetParam().block;
+    const char *line = GetParam().line;
+    const char *undo = GetParam().undo;
     ASSERT_TRUE(enter("dhcpv6-snooping\n").empty());
     const std::string before = runningConfig();
     const auto inBlock = [block](const char *text) {
