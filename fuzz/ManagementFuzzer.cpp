@@ -1,13 +1,15 @@
 // Management messages through the main loop, as the switch's management plane would send them: raw
 // messages of any type and length, remote calls by number with any arguments or with the arguments the call
 // takes, and failed receives. Every message of the remote-call type gets exactly one reply that never
-// reaches past the receive buffer, and a call that is refused leaves the daemon's state as it was.
+// reaches past the receive buffer, and a call that is refused leaves the daemon's state as it was; one that
+// the host platform's framing check finds malformed is refused and changes nothing.
 //
 // An input is a run of messages, each a kind byte and its body:
 //   0 raw          length (16 bits), bytes
 //   1 remote call  call (6250 + byte % 33), argument count (0..7), per argument a length byte and bytes
 //   2 failure      the receive result
-//   3 well formed  call (6250 + byte % 32), then per argument of the call its value: for a 32-bit
+//   3 well formed  call (6250 + byte % 32), then per argument of the call (its shape in the protocol's
+//                  table) its value: for a 32-bit
 //                  argument a byte (below 224 the value itself, else a 16-bit value follows), for any
 //                  other its bytes, zero-filled when the input ends
 
@@ -17,6 +19,7 @@
 #include "FuzzSupport.h"
 #include "mgmt/PortVlanSettings.h"
 #include "mgmt/RemoteCallTable.h"
+#include "mgmt_protocol/CallShapes.h"
 #include "mgmt_protocol/ManagementHeader.h"
 #include "platform/PlatformVariables.h"
 #include "relay_option/InfoOptionConfig.h"
@@ -31,21 +34,6 @@ using namespace fuzz;
 constexpr uint32_t kResetCall = 6274, kVlanListCall = 6279, kMaxArguments = 8;
 constexpr int32_t kRefused = -1, kArgumentCountRefused = -1001;
 
-// The arguments of each call in order, from call 6250 on, one letter each: u a 32-bit value, i an address,
-// m a MAC, b a VLAN bitmap, r the relay option record, s a 16-bit value, c ten client address summaries, l
-// ten lifetimes, g the global flags, d a delete selector, k a binding record, p a page of binding records.
-constexpr std::string_view kArguments[] = {
-    "",    "",    "u",  "imuu", "uimuu", "imu", "i", "i", "", "",  "uu", "uu",   "uu", "uu",  "uu", "muuucl",
-    "uuu", "uuu", "ik", "uu",   "g",     "u",   "b", "d", "", "u", "uu", "sssp", "b",  "ubb", "r",  "ur"};
-static_assert(std::size(kArguments) == kEndRemoteCall - kFirstRemoteCall);
-constexpr std::string_view kKinds = "uimbrsclgdkp";
-constexpr size_t kBitmap = sizeof(VlanBitmap), kRecord = sizeof(InfoOptionConfig),
-                 kSummaries = 10 * sizeof(ClientAddressSummary), kLifetimes = 10 * sizeof(uint32_t),
-                 kGlobal = sizeof(GlobalInfo), kSelector = sizeof(DeleteSelector),
-                 kBinding = sizeof(StaticBindRecord), kPage = kStaticBindPage * kBinding;
-constexpr size_t kSizes[] = {4,          16,         6,       kBitmap,   kRecord,  2,
-                             kSummaries, kLifetimes, kGlobal, kSelector, kBinding, kPage};
-
 // Mostly a port, a mode, a flag or a small count; now and then a VLAN or a large limit.
 uint32_t u32Value(Input &input) {
     const uint8_t small = input.byte();
@@ -53,12 +41,12 @@ uint32_t u32Value(Input &input) {
 }
 
 switchsim::Bytes wellFormedCall(Input &input, uint32_t &callNumber) {
-    const uint32_t row = input.byte() % std::size(kArguments);
-    callNumber = kFirstRemoteCall + row;
+    const mgmt::CallShape &shape = mgmt::kCallShapes[input.byte() % mgmt::kCallShapes.size()];
+    callNumber = shape.number;
     std::vector<switchsim::Bytes> arguments;
-    for (const char kind : kArguments[row]) {
-        switchsim::Bytes &argument = arguments.emplace_back(kSizes[kKinds.find(kind)]);
-        if (kind == 'u') {
+    for (const uint16_t size : shape.argumentSizes()) {
+        switchsim::Bytes &argument = arguments.emplace_back(size);
+        if (size == mgmt::kWordSize) {
             argument = bytesOf(u32Value(input));
         } else {
             const auto [bytes, length] = input.take(argument.size());
@@ -133,6 +121,9 @@ void serveOne(Input &input) {
     serve();
     // The type of a message too short to hold it whole is read from what it has.
     const auto type = valueAt<uint16_t>(message);
+    // What the host platform would make of the same bytes: a remote call it finds malformed is one the
+    // daemon's wrapper service refuses too, leaving everything as it was.
+    const bool malformed = mgmt::screenRemoteCall(message) == mgmt::CallVerdict::kMalformed;
     const size_t replies = sw.replies().size() - repliesBefore;
     require(replies == (!message.empty() && type == mgmt::kRemoteCallMessage ? 1 : 0));
     if (replies == 1) {
@@ -142,6 +133,7 @@ void serveOne(Input &input) {
         const bool partial = callNumber == kVlanListCall && reply.result == kRefused;
         require(!refused || callNumber == kResetCall ||
                 (partial ? vlanListRefusedAsModelled(before, message, reply) : daemonState(sw) == before));
+        require(!malformed || (reply.result == kRefused && daemonState(sw) == before));
     }
     requireInvariant("after a management message");
 }

@@ -8,6 +8,8 @@
 #include <optional>
 #include <sstream>
 
+#include "mgmt_protocol/Vocabulary.h"
+
 namespace bindingdb {
 namespace {
 
@@ -15,7 +17,6 @@ constexpr std::string_view kHeader =
     "# dhcp6snooping binding database: one client a line; each line ends with the CRC-32 of what precedes\n"
     "# \" crc \" on it. Written by the daemon; edit it only while the daemon is stopped.\n";
 constexpr std::string_view kChecksum = " crc ";
-constexpr uint32_t kHighestVlan = 4094;
 
 uint32_t checksum(std::string_view text) {
     return static_cast<uint32_t>(
@@ -75,14 +76,11 @@ class Words {
 };
 
 std::array<uint8_t, 6> macOf(const std::string &word) {
-    std::array<uint8_t, 6> mac{};
-    int used = 0;
-    if (std::sscanf(word.c_str(), "%2hhx:%2hhx:%2hhx:%2hhx:%2hhx:%2hhx%n", mac.data(), &mac[1], &mac[2],
-                    &mac[3], &mac[4], &mac[5], &used) != 6 ||
-        static_cast<size_t>(used) != word.size()) {
+    const auto mac = mgmt::parseMac(word);
+    if (!mac) {
         throw Damaged{"not a MAC address: " + word};
     }
-    return mac;
+    return *mac;
 }
 
 Binding bindingOf(Words &words) {
@@ -110,7 +108,7 @@ Client clientOf(std::string_view record) {
     words.expect("client");
     client.mac = macOf(words.next());
     words.expect("vlan");
-    client.vlan = words.number<uint32_t>(1, kHighestVlan);
+    client.vlan = words.number<uint32_t>(1, mgmt::kHighestVlan);
     words.expect("port");
     client.port = words.next();
     while (!words.done()) {
@@ -144,10 +142,7 @@ Client checkedClient(std::string_view line) {
 }  // namespace
 
 std::string macText(const std::array<uint8_t, 6> &mac) {
-    char text[18];
-    std::snprintf(text, sizeof text, "%02x:%02x:%02x:%02x:%02x:%02x", mac[0], mac[1], mac[2], mac[3], mac[4],
-                  mac[5]);
-    return text;
+    return mgmt::macText(mac.data());
 }
 
 std::string formatDatabase(const std::vector<Client> &clients, int64_t now) {

@@ -12,6 +12,7 @@
 #include <sstream>
 
 #include "BindingDatabase.h"
+#include "ClientListing.h"
 #include "ConfigService.h"
 #include "HostLifecycle.h"
 #include "core/MainLoop.h"
@@ -80,6 +81,9 @@ int main(int argc, char *argv[]) {
     bindingdb::restore(database);
     bindingdb::keepWritten(database);
     hostplatform::onHangup(replaceWithBootConfiguration);
+    hostplatform::answerRequest(mgmt::kClientPageMessage, [](std::span<const uint8_t> request) {
+        return mgmt::encodeClientPage(listing::clientPage(request));
+    });
     // The filters of the boot configuration and of the clients taken back go to the kernel together, in
     // the transaction that replaces a table an earlier run left behind.
     hostplatform::reportReady();

@@ -1,31 +1,25 @@
 #include "DaemonLink.h"
 
 #include <algorithm>
+#include <array>
+#include <iterator>
 
 #include "mgmt_protocol/RefusalText.h"
 
 namespace ctl {
 
-DaemonLink::DaemonLink(const std::string &socketPath) {
-    std::string error;
-    if (!client_.connect(socketPath, error)) {
-        throw CommandFailure(error);
-    }
-}
-
 mgmt::Bytes DaemonLink::exchange(const mgmt::Bytes &request) {
-    std::string error;
-    auto reply = client_.exchange(request, error);
-    if (!reply) {
-        throw CommandFailure(error);
+    if (!transport_) {
+        transport_ = connect_();
     }
-    if (const uint16_t version = mgmt::messageVersion(*reply); version != mgmt::kProtocolVersion) {
+    auto reply = transport_->exchange(request);
+    if (const uint16_t version = mgmt::messageVersion(reply); version != mgmt::kProtocolVersion) {
         throw CommandFailure("the daemon speaks version " + std::to_string(version) +
                              " of the management protocol and this command version " +
                              std::to_string(mgmt::kProtocolVersion) +
                              "; use the dhcp6snoopingctl of its release");
     }
-    return std::move(*reply);
+    return reply;
 }
 
 std::optional<mgmt::DecodedRemoteCall> DaemonLink::call(uint32_t callNumber,
@@ -90,6 +84,24 @@ std::optional<uint32_t> DaemonLink::portNamed(std::string name) {
         return std::nullopt;
     }
     return static_cast<uint32_t>(found - names.begin() + 1);
+}
+
+std::vector<mgmt::ClientView> DaemonLink::clients() {
+    std::vector<mgmt::ClientView> clients;
+    std::array<uint8_t, 6> after{};
+    for (;;) {
+        const auto [result, data] = platformRequest(
+            mgmt::kClientPageMessage, {reinterpret_cast<const char *>(after.data()), after.size()});
+        auto page = mgmt::decodeClientPage({reinterpret_cast<const uint8_t *>(data.data()), data.size()});
+        if (result != 0 || !page) {
+            throw CommandFailure("the daemon gave no list of its clients");
+        }
+        std::ranges::move(page->clients, std::back_inserter(clients));
+        if (!page->more || clients.empty()) {
+            return clients;
+        }
+        after = clients.back().mac;
+    }
 }
 
 }  // namespace ctl

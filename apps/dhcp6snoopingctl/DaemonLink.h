@@ -1,11 +1,11 @@
 #pragma once
-// The command line's link to a running daemon: its remote calls, and the two requests its platform answers
-// (the running configuration and the names of the ports). Every failure carries a sentence for the
-// operator.
+// The command line's link to a running daemon: its remote calls, and the requests its platform answers
+// (the running configuration, the names of the ports, the whole lists). Every failure carries a sentence
+// for the operator.
 
-#include <algorithm>
 #include <cstdint>
-#include <cstring>
+#include <functional>
+#include <memory>
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -13,8 +13,9 @@
 #include <utility>
 #include <vector>
 
+#include "Transport.h"
+#include "mgmt_protocol/ListRecords.h"
 #include "mgmt_protocol/ManagementHeader.h"
-#include "mgmt_protocol/MgmtSocket.h"
 
 namespace ctl {
 
@@ -23,23 +24,12 @@ struct CommandFailure : std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
-template <typename T>
-mgmt::Bytes bytesOf(const T &value) {
-    mgmt::Bytes bytes(sizeof value);
-    std::memcpy(bytes.data(), &value, sizeof value);
-    return bytes;
-}
-
-template <typename T>
-T valueOf(const mgmt::Bytes &bytes) {
-    T value{};
-    std::memcpy(&value, bytes.data(), std::min(bytes.size(), sizeof value));
-    return value;
-}
-
 class DaemonLink {
   public:
-    explicit DaemonLink(const std::string &socketPath);
+    using Connect = std::function<std::unique_ptr<Transport>()>;
+    // The link reaches the daemon through `connect`'s transport, made at the first exchange, so that a
+    // command refused on its own words never needs a daemon.
+    explicit DaemonLink(Connect connect) : connect_(std::move(connect)) {}
 
     // The call's reply: its result and its arguments with the outputs written in. Nothing when the daemon
     // did not answer in kind; it throws when the daemon cannot be reached.
@@ -56,11 +46,14 @@ class DaemonLink {
     std::pair<int32_t, std::string> platformRequest(uint16_t type, std::string_view text = {});
     // The port named `name` (leading blanks ignored), or nothing.
     std::optional<uint32_t> portNamed(std::string name);
+    // Every client, read a page at a time.
+    std::vector<mgmt::ClientView> clients();
 
   private:
     mgmt::Bytes exchange(const mgmt::Bytes &request);
 
-    mgmt::MgmtClient client_;
+    Connect connect_;
+    std::unique_ptr<Transport> transport_;
     std::optional<std::vector<std::string>> portNames_;
 };
 

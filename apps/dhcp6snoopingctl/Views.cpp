@@ -7,26 +7,20 @@
 #include <array>
 #include <cstdio>
 #include <ctime>
+#include <iomanip>
 #include <sstream>
 
-#include "core/SharedTypes.h"
-#include "mgmt/PortVlanSettings.h"
 #include "mgmt_protocol/ListRecords.h"
-#include "mgmt_protocol/RemoteCallNumbers.h"
-#include "relay_option/InfoOptionConfig.h"
-#include "source_guard/StaticBindings.h"
+#include "mgmt_protocol/Vocabulary.h"
 
 namespace ctl {
 namespace {
 
 using nlohmann::json;
 
-using namespace mgmt;  // NOLINT(google-build-using-namespace): the remote-call numbers
+using namespace mgmt;  // NOLINT(google-build-using-namespace): the list records and their words
 
-constexpr uint32_t kHighestVlan = 4094;
-constexpr std::array<const char *, 5> kGuardModes = {"?", "ipv6", "ipv6-mac", "ipv6-mac-vlan", "none"};
-constexpr std::array<const char *, 6> kFormats = {"?",       "ipv4-address", "ipv6-address",
-                                                  "default", "string",       "user-defined"};
+constexpr uint32_t kDefaultFormat = *valueNamed(kOptionFormatNames, "default");
 
 std::string addressText(const uint8_t *address) {
     char text[INET6_ADDRSTRLEN] = {};
@@ -34,45 +28,24 @@ std::string addressText(const uint8_t *address) {
     return text;
 }
 
-std::string macText(const uint8_t *mac) {
-    char text[18];
-    std::snprintf(text, sizeof text, "%02x:%02x:%02x:%02x:%02x:%02x", mac[0], mac[1], mac[2], mac[3], mac[4],
-                  mac[5]);
-    return text;
-}
-
-template <size_t N>
-const char *named(const std::array<const char *, N> &names, uint32_t value) {
-    return value < names.size() ? names[value] : names[0];
-}
-
-// The template of an option in the user-defined format, as the running configuration writes it: the
-// settings record holds only the parsed fields.
-std::string templateText(const std::string &runningConfig, const char *option) {
-    const std::string start = std::string("dhcpv6-snooping information ") + option + " user-defined \"";
-    const size_t at = runningConfig.find(start);
-    if (at == std::string::npos) {
-        return "";
+// What a list request's reply carries, read by `decode`; it throws when the daemon gave none.
+template <typename Decode>
+auto listOf(DaemonLink &daemon, uint16_t type, Decode decode, const char *what) {
+    const auto [result, data] = daemon.platformRequest(type);
+    auto list = decode(std::span<const uint8_t>(reinterpret_cast<const uint8_t *>(data.data()), data.size()));
+    if (result != 0 || !list) {
+        throw CommandFailure(std::string("the daemon gave no list of its ") + what);
     }
-    const size_t from = at + start.size();
-    const size_t end = runningConfig.find('\n', from);
-    const std::string_view line(runningConfig.data() + from, std::min(end, runningConfig.size()) - from);
-    return std::string(line.substr(0, line.rfind('"')));
+    return std::move(*list);
 }
 
-json optionView(uint32_t enable, uint32_t format, const uint8_t *value) {
-    json option = {{"enabled", enable != 0}, {"format", named(kFormats, format)}};
-    if (format == FORMAT_IPV4_ADDRESS) {
-        char text[INET_ADDRSTRLEN] = {};
-        inet_ntop(AF_INET, value, text, sizeof text);
-        option["value"] = text;
-    } else if (format == FORMAT_IPV6_ADDRESS) {
-        option["value"] = addressText(value);
-    } else if (format == FORMAT_STRING || format == FORMAT_USER_DEFINED) {
-        option["value"] = std::string(reinterpret_cast<const char *>(value),
-                                      strnlen(reinterpret_cast<const char *>(value), kOptionValueSize));
+json optionView(const OptionSettings &option) {
+    json shown = {{"enabled", option.enabled},
+                  {"format", std::string(nameOf(kOptionFormatNames, option.format))}};
+    if (option.format != kDefaultFormat) {
+        shown["value"] = option.value;
     }
-    return option;
+    return shown;
 }
 
 std::string portNameOr(DaemonLink &daemon, uint32_t port) {
@@ -83,43 +56,21 @@ std::string portNameOr(DaemonLink &daemon, uint32_t port) {
 }  // namespace
 
 json globalView(DaemonLink &daemon) {
-    const auto info = valueOf<GlobalInfo>(
-        daemon.require(kGlobalInfoGet, {bytesOf(GlobalInfo{})}, "the global settings").arguments.at(0));
-    const auto options = valueOf<InfoOptionConfig>(
-        daemon.require(kInfoOptionGet, {bytesOf(InfoOptionConfig{})}, "the option settings").arguments.at(0));
-    const auto bindings = valueOf<uint32_t>(
-        daemon.require(kBindingCount, {bytesOf(uint32_t{0})}, "the binding count").arguments.at(0));
-    json value = {
-        {"snooping", info.onOff != 0},
-        {"port_down_fast_remove", info.portDownAction != 0},
-        {"static_bindings", bindings},
-        {"interface_id",
-         optionView(options.interfaceIdEnable, options.interfaceIdFormat, options.interfaceIdValue)},
-        {"remote_id", optionView(options.remoteIdEnable, options.remoteIdFormat, options.remoteIdValue)}};
-    if (options.interfaceIdFormat == FORMAT_USER_DEFINED || options.remoteIdFormat == FORMAT_USER_DEFINED) {
-        const std::string text = daemon.runningConfig();
-        for (const char *option : {"interface-id", "remote-id"}) {
-            json &shown = value[option == std::string("interface-id") ? "interface_id" : "remote_id"];
-            if (shown["format"] == "user-defined") {
-                shown["value"] = templateText(text, option);
-            }
-        }
-    }
-    return value;
+    const auto global = listOf(daemon, kGlobalMessage, decodeGlobal, "global settings");
+    return {{"snooping", global.snooping},
+            {"port_down_fast_remove", global.fastRemove},
+            {"static_bindings", global.staticBindings},
+            {"interface_id", optionView(global.interfaceId)},
+            {"remote_id", optionView(global.remoteId)}};
 }
 
 json portsView(DaemonLink &daemon) {
-    const auto [result, data] = daemon.platformRequest(mgmt::kPortListMessage);
-    const auto list = mgmt::decodePortList({reinterpret_cast<const uint8_t *>(data.data()), data.size()});
-    if (result != 0 || !list) {
-        throw CommandFailure("the daemon gave no list of its ports");
-    }
     json ports = json::array();
-    for (const auto &port : *list) {
+    for (const auto &port : listOf(daemon, kPortListMessage, decodePortList, "ports")) {
         ports.push_back({{"port", port.port},
                          {"name", port.name},
                          {"trusted", port.trusted},
-                         {"source_guard", named(kGuardModes, port.guardMode)},
+                         {"source_guard", std::string(nameOf(kGuardModeNames, port.guardMode))},
                          {"max_clients", port.maxClients},
                          {"clients", port.clients}});
     }
@@ -127,91 +78,71 @@ json portsView(DaemonLink &daemon) {
 }
 
 json vlansView(DaemonLink &daemon) {
-    const auto [result, data] = daemon.platformRequest(mgmt::kVlanListMessage);
-    const auto list = mgmt::decodeVlanList({reinterpret_cast<const uint8_t *>(data.data()), data.size()});
-    if (result != 0 || !list) {
-        throw CommandFailure("the daemon gave no list of its VLANs");
-    }
     json vlans = json::array();
-    for (const auto &vlan : *list) {
+    for (const auto &vlan : listOf(daemon, kVlanListMessage, decodeVlanList, "VLANs")) {
         vlans.push_back({{"vlan", vlan.vlan}, {"max_clients", vlan.maxClients}, {"clients", vlan.clients}});
     }
     return vlans;
 }
 
-json clientsView(DaemonLink &daemon) {
-    json clients = json::array();
-    std::array<uint8_t, 6> mac{};
-    for (;;) {
-        const auto step =
-            daemon.call(kClientWalk, {mgmt::Bytes(mac.begin(), mac.end()), bytesOf(uint32_t{0}),
-                                      bytesOf(uint32_t{0}), bytesOf(uint32_t{0}),
-                                      mgmt::Bytes(sizeof(ClientAddressSummary) * kClientSummaryLimit),
-                                      mgmt::Bytes(sizeof(uint32_t) * kClientSummaryLimit)});
-        if (!step || step->result != 0) {
-            return clients;  // the walk is over
+json clientJson(const ClientView &client, const std::string &portName) {
+    json addresses = json::array();
+    for (const auto &address : client.addresses) {
+        addresses.push_back({{"address", addressText(address.address.data())},
+                             {"prefix_length", address.prefixLength},
+                             {"valid_seconds_left", address.validSecondsLeft}});
+    }
+    return {{"mac", macText(client.mac.data())},
+            {"waiting", client.waiting},
+            {"vlan", client.vlan},
+            {"port", client.port},
+            {"port_name", portName},
+            {"addresses", std::move(addresses)}};
+}
+
+void printClients(DaemonLink &daemon, std::ostream &out, bool asJson, int indent) {
+    const auto clients = daemon.clients();
+    const auto names = daemon.portNames();
+    const auto portName = [&names](uint32_t port) {
+        return port >= 1 && port <= names.size() ? names[port - 1] : std::to_string(port);
+    };
+    // One client's JSON at a time: the list of a full table never stands whole in memory as objects.
+    const char *separator = asJson ? "[" : "";
+    for (const auto &client : clients) {
+        const json shown = clientJson(client, portName(client.port));
+        if (asJson) {
+            out << separator << (indent < 0 ? "" : "\n") << std::setw(std::max(indent, 0)) << shown;
+            separator = ",";
+        } else {
+            out << viewText("clients", json::array({shown}));
         }
-        std::copy_n(step->arguments.at(0).begin(), mac.size(), mac.begin());
-        const auto count = std::min(valueOf<uint32_t>(step->arguments.at(3)), kClientSummaryLimit);
-        json addresses = json::array();
-        for (uint32_t i = 0; i < count; ++i) {
-            ClientAddressSummary summary{};
-            std::memcpy(&summary, step->arguments.at(4).data() + i * sizeof summary, sizeof summary);
-            uint32_t left = 0;
-            std::memcpy(&left, step->arguments.at(5).data() + i * sizeof left, sizeof left);
-            addresses.push_back({{"address", addressText(summary.address)},
-                                 {"prefix_length", summary.prefixLength},
-                                 {"valid_seconds_left", left}});
-        }
-        const auto port = valueOf<uint32_t>(step->arguments.at(2));
-        clients.push_back({{"mac", macText(mac.data())},
-                           {"vlan", valueOf<uint32_t>(step->arguments.at(1))},
-                           {"port", port},
-                           {"port_name", portNameOr(daemon, port)},
-                           {"addresses", addresses}});
+    }
+    if (asJson) {
+        out << (clients.empty() ? "[" : indent < 0 ? "" : "\n") << "]\n";
     }
 }
 
 json bindingsView(DaemonLink &daemon) {
     json bindings = json::array();
-    uint16_t first = 1;
-    while (first != 0) {
-        const auto page = daemon.require(kBindingPage,
-                                         {bytesOf(first), bytesOf(uint16_t{0}), bytesOf(uint16_t{0}),
-                                          mgmt::Bytes(sizeof(StaticBindRecord) * kStaticBindPage)},
-                                         "the static bindings");
-        const auto count = std::min<uint32_t>(valueOf<uint16_t>(page.arguments.at(2)), kStaticBindPage);
-        for (uint32_t i = 0; i < count; ++i) {
-            StaticBindRecord record{};
-            std::memcpy(&record, page.arguments.at(3).data() + i * sizeof record, sizeof record);
-            json binding = {{"address", addressText(record.ip)}};
-            if (std::any_of(std::begin(record.mac), std::end(record.mac), [](uint8_t b) { return b != 0; })) {
-                binding["mac"] = macText(record.mac);
-            }
-            if (record.port != 0) {
-                binding["port"] = record.port;
-                binding["port_name"] = portNameOr(daemon, record.port);
-            }
-            if (record.vlan != 0) {
-                binding["vlan"] = record.vlan;
-            }
-            bindings.push_back(binding);
+    for (const auto &binding : listOf(daemon, kBindingListMessage, decodeBindingList, "static bindings")) {
+        json shown = {{"address", addressText(binding.address.data())}};
+        if (std::ranges::any_of(binding.mac, [](uint8_t b) { return b != 0; })) {
+            shown["mac"] = macText(binding.mac.data());
         }
-        first = valueOf<uint16_t>(page.arguments.at(1));
+        if (binding.port != 0) {
+            shown["port"] = binding.port;
+            shown["port_name"] = portNameOr(daemon, binding.port);
+        }
+        if (binding.vlan != 0) {
+            shown["vlan"] = binding.vlan;
+        }
+        bindings.push_back(shown);
     }
     return bindings;
 }
 
 json exemptVlansView(DaemonLink &daemon) {
-    const auto bitmap = valueOf<VlanBitmap>(
-        daemon.require(kExemptVlansGet, {bytesOf(VlanBitmap{})}, "the exempt VLANs").arguments.at(0));
-    json vlans = json::array();
-    for (uint32_t vlan = 1; vlan <= kHighestVlan; ++vlan) {
-        if (vlanBitmapHas(bitmap, static_cast<VlanId>(vlan))) {
-            vlans.push_back(vlan);
-        }
-    }
-    return vlans;
+    return listOf(daemon, kExemptVlanListMessage, decodeExemptVlanList, "exempt VLANs");
 }
 
 json storageView(DaemonLink &daemon) {
@@ -270,7 +201,8 @@ std::string viewText(const std::string &view, const json &value) {
     } else if (view == "clients") {
         for (const auto &c : value) {
             line(c["mac"].get<std::string>() + " vlan " + c["vlan"].dump() + " port " +
-                 c["port_name"].get<std::string>());
+                 c["port_name"].get<std::string>() +
+                 (c["waiting"].get<bool>() ? " (waiting for its REPLY)" : ""));
             for (const auto &a : c["addresses"]) {
                 line("  " + a["address"].get<std::string>() + "/" + a["prefix_length"].dump() + "  " +
                      a["valid_seconds_left"].dump() + " s left");

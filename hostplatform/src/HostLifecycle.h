@@ -2,8 +2,11 @@
 // What the daemon's executable adds to the platform on a Linux host: work at every second and at the stop,
 // the platform's settings, and the report to systemd that the daemon is ready.
 
+#include <cstdint>
 #include <functional>
+#include <span>
 #include <string>
+#include <vector>
 
 #include "HostSettings.h"
 
@@ -24,6 +27,11 @@ void atStop(std::function<void()> work);
 
 // `work` runs on SIGHUP, on the daemon's thread.
 void onHangup(std::function<void()> work);
+
+// Management requests of `type` are answered with `answer`'s data for the data of the request, on the
+// daemon's thread and without a trace line: a list that only the executable can read.
+using RequestAnswer = std::function<std::vector<uint8_t>(std::span<const uint8_t> request)>;
+void answerRequest(uint16_t type, RequestAnswer answer);
 
 // Puts the filters asked for so far in force, then tells systemd, when it started the daemon, that the
 // daemon is ready.

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -52,6 +53,7 @@ struct HostState {
     std::vector<std::function<void()>> secondWork;
     std::vector<std::function<void()>> stopWork;
     std::vector<std::function<void()>> hangupWork;
+    std::map<uint16_t, RequestAnswer> requestAnswers;
 };
 
 HostState &host();

@@ -1,7 +1,6 @@
 #include "MgmtReplies.h"
 
 #include <algorithm>
-#include <cstring>
 #include <string>
 #include <vector>
 
@@ -9,25 +8,11 @@
 #include "ConfigService.h"
 #include "mgmt_protocol/ListRecords.h"
 #include "mgmt_protocol/ManagementHeader.h"
-#include "mgmt_protocol/RemoteCallNumbers.h"
+#include "mgmt_protocol/PlatformLists.h"
 #include "platform/SwitchHelperApi.h"
 
 namespace hostplatform {
 namespace {
-
-constexpr uint32_t kHighestVlan = 4094;
-constexpr uint32_t kDefaultClientLimit = 2048;
-
-template <typename T>
-mgmt::Bytes bytesOf(const T &value) {
-    mgmt::Bytes bytes(sizeof value);
-    std::memcpy(bytes.data(), &value, sizeof value);
-    return bytes;
-}
-
-uint32_t wordAt(const mgmt::DecodedRemoteCall &reply, size_t argument) {
-    return mgmt::loadAt<uint32_t>(reply.arguments.at(argument), 0);
-}
 
 // The platform's reads go through the daemon's calls like the command line's, but write no trace line.
 class Listing {
@@ -41,43 +26,33 @@ class Listing {
 // Every port of the bridge with its settings; a port that has left the bridge is not listed.
 std::vector<mgmt::PortSettings> portList(const HostState &state) {
     const Listing listing;
-    std::vector<mgmt::PortSettings> ports;
-    const mgmt::Bytes zero = bytesOf(uint32_t{0});
+    std::vector<mgmt::NamedPort> ports;
     for (uint32_t port = 1; port <= state.bridge.ports.size(); ++port) {
-        const BridgePort &member = state.bridge.ports[port - 1];
-        if (member.ifindex == 0) {
-            continue;
+        if (state.bridge.ports[port - 1].ifindex != 0) {
+            ports.push_back({port, state.bridge.ports[port - 1].name});
         }
-        const auto trust = callInProcess(mgmt::kPortTrustGet, {bytesOf(port), zero});
-        const auto mode = callInProcess(mgmt::kGetGuardMode, {bytesOf(port), zero});
-        const auto limit = callInProcess(mgmt::kPortMaxClientsGet, {bytesOf(port), zero, zero});
-        if (!trust || !mode || !limit || trust->result != 0 || mode->result != 0 || limit->result != 0) {
-            continue;
-        }
-        ports.push_back({port, member.name, wordAt(*trust, 1) != 0, wordAt(*mode, 1), wordAt(*limit, 1),
-                         wordAt(*limit, 2)});
     }
-    return ports;
+    return mgmt::readPortList(ports, callInProcess);
 }
 
-// The VLANs of the bridge whose client limit is not the default, and every VLAN that counts clients: what
-// the running configuration holds, and where the clients are.
 std::vector<mgmt::VlanSettings> vlanList() {
     const Listing listing;
-    std::vector<mgmt::VlanSettings> vlans;
-    const mgmt::Bytes zero = bytesOf(uint32_t{0});
-    for (uint32_t vlan = 1; vlan <= kHighestVlan; ++vlan) {
-        const auto limit = callInProcess(mgmt::kVlanMaxClientsGet, {bytesOf(vlan), zero, zero});
-        if (!limit || limit->result != 0) {
-            continue;
-        }
-        const uint32_t maximum = wordAt(*limit, 1);
-        const uint32_t clients = wordAt(*limit, 2);
-        if (clients != 0 || (maximum != kDefaultClientLimit && vlan_exist(vlan) != 0)) {
-            vlans.push_back({vlan, maximum, clients});
-        }
+    return mgmt::readVlanList(callInProcess, [](uint32_t vlan) { return vlan_exist(vlan) != 0; });
+}
+
+// The global settings, the static bindings or the exempt VLANs, as their records; nothing when the daemon
+// did not answer.
+std::optional<mgmt::Bytes> listData(uint16_t type) {
+    if (type == mgmt::kGlobalMessage) {
+        const auto global = mgmt::readGlobal(callInProcess, runningConfigText().value_or(""));
+        return global ? std::optional(mgmt::encodeGlobal(*global)) : std::nullopt;
     }
-    return vlans;
+    if (type == mgmt::kBindingListMessage) {
+        const auto bindings = mgmt::readBindings(callInProcess);
+        return bindings ? std::optional(mgmt::encodeBindingList(*bindings)) : std::nullopt;
+    }
+    const auto vlans = mgmt::readExemptVlans(callInProcess);
+    return vlans ? std::optional(mgmt::encodeExemptVlanList(*vlans)) : std::nullopt;
 }
 
 mgmt::Bytes withData(uint16_t type, const mgmt::Bytes &data) {
@@ -85,6 +60,7 @@ mgmt::Bytes withData(uint16_t type, const mgmt::Bytes &data) {
 }
 
 }  // namespace
+
 std::optional<mgmt::Bytes> platformReply(std::span<const uint8_t> request, const HostState &state) {
     const auto type = mgmt::messageType(request);
     if (type == mgmt::kRunningConfigMessage) {
@@ -104,6 +80,17 @@ std::optional<mgmt::Bytes> platformReply(std::span<const uint8_t> request, const
     }
     if (type == mgmt::kVlanListMessage) {
         return withData(type, mgmt::encodeVlanList(vlanList()));
+    }
+    if (type == mgmt::kGlobalMessage || type == mgmt::kBindingListMessage ||
+        type == mgmt::kExemptVlanListMessage) {
+        const Listing listing;
+        const auto data = listData(type);
+        return data ? withData(type, *data) : mgmt::encodePlatformReply(type, mgmt::kRefused, "");
+    }
+    if (const auto answer = state.requestAnswers.find(type); answer != state.requestAnswers.end()) {
+        const Listing listing;
+        const auto text = mgmt::messageText(request);
+        return withData(type, answer->second({reinterpret_cast<const uint8_t *>(text.data()), text.size()}));
     }
     if (type == mgmt::kCheckConfigMessage || type == mgmt::kApplyConfigMessage ||
         type == mgmt::kReplaceConfigMessage) {

@@ -252,6 +252,10 @@ void onHangup(std::function<void()> work) {
     host().hangupWork.push_back(std::move(work));
 }
 
+void answerRequest(uint16_t type, RequestAnswer answer) {
+    host().requestAnswers[type] = std::move(answer);
+}
+
 void reportReady() {
     commitFilters();
     sd_notify(0, "READY=1");

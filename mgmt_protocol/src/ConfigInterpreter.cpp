@@ -17,6 +17,7 @@
 #include "core/SharedTypes.h"
 #include "mgmt_protocol/RefusalText.h"
 #include "mgmt_protocol/RemoteCallNumbers.h"
+#include "mgmt_protocol/Vocabulary.h"
 #include "platform/SwitchHelperApi.h"
 #include "relay_option/InfoOptionConfig.h"
 #include "source_guard/ExemptVlans.h"
@@ -26,8 +27,6 @@ namespace mgmt {
 namespace {
 
 constexpr uint32_t kExemptVlansAdd = 0;
-constexpr uint32_t kHighestVlan = 4094;
-constexpr uint32_t kMostClients = 2048;
 
 // Why a line was refused; caught per line.
 struct Refusal : std::runtime_error {
@@ -58,7 +57,7 @@ uint32_t clientLimit(std::string_view text) {
 uint32_t vlanId(std::string_view text) {
     uint32_t value = 0;
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-    if (text.empty() || error != std::errc{} || end != text.data() + text.size() || value < 1 ||
+    if (text.empty() || error != std::errc{} || end != text.data() + text.size() || value < kLowestVlan ||
         value > kHighestVlan) {
         throw Refusal("vlan: " + std::string(text) + " is not a VLAN from 1 to " +
                       std::to_string(kHighestVlan));
@@ -75,15 +74,11 @@ Bytes address(int family, std::string_view text, size_t size) {
 }
 
 Bytes macAddress(std::string_view text) {
-    std::array<uint8_t, 6> mac{};
-    int used = 0;
-    const std::string copy(text);
-    if (std::sscanf(copy.c_str(), "%2hhx:%2hhx:%2hhx:%2hhx:%2hhx:%2hhx%n", mac.data(), &mac[1], &mac[2],
-                    &mac[3], &mac[4], &mac[5], &used) != 6 ||
-        static_cast<size_t>(used) != copy.size()) {
-        throw Refusal("not a MAC address: " + copy);
+    const auto mac = parseMac(text);
+    if (!mac) {
+        throw Refusal("not a MAC address: " + std::string(text));
     }
-    return {mac.begin(), mac.end()};
+    return {mac->begin(), mac->end()};
 }
 
 // The text between the first and the last double quote of `rest`, which must end the line.
@@ -193,7 +188,6 @@ class Interpreter {
     }
 
     void portLine(std::string_view line) {
-        static constexpr std::array<std::string_view, 3> kGuardModes = {"ipv6", "ipv6-mac", "ipv6-mac-vlan"};
         const Bytes port = bytesOf(*port_);
         if (line == "exit") {
             port_.reset();
@@ -206,12 +200,11 @@ class Interpreter {
         } else if (line == "no ipv6-source-guard") {
             call(kSetGuardMode, {port, bytesOf(uint32_t{SOURCE_GUARD_NONE})}, portName_);
         } else if (takePrefix(line, "ipv6-source-guard ")) {
-            const auto *mode = std::find(kGuardModes.begin(), kGuardModes.end(), line);
-            if (mode == kGuardModes.end()) {
+            const auto mode = valueNamed(kGuardModeNames, line);
+            if (!mode || *mode == SOURCE_GUARD_NONE) {
                 throw Refusal("unknown source-guard mode");
             }
-            call(kSetGuardMode, {port, bytesOf(static_cast<uint32_t>(mode - kGuardModes.begin() + 1))},
-                 portName_);
+            call(kSetGuardMode, {port, bytesOf(*mode)}, portName_);
         } else {
             throw Refusal("unknown interface command");
         }
@@ -291,7 +284,8 @@ class Interpreter {
 
     void exemptVlans(std::string_view list, uint32_t operation) {
         std::vector<uint16_t> ids(kHighestVlan + 1);
-        if (Str2ShortArray(std::string(list).c_str(), ids.data(), kHighestVlan, 1, kHighestVlan) != 0) {
+        if (Str2ShortArray(std::string(list).c_str(), ids.data(), kHighestVlan, kLowestVlan, kHighestVlan) !=
+            0) {
             throw Refusal("not a VLAN list");
         }
         VlanBitmap requested{};

@@ -8,15 +8,14 @@ namespace mgmt {
 namespace {
 
 void putBe32(Bytes &out, uint32_t value) {
-    const uint32_t wire = htonl(value);
-    const auto *bytes = reinterpret_cast<const uint8_t *>(&wire);
-    out.insert(out.end(), bytes, bytes + sizeof wire);
+    for (const unsigned shift : {24U, 16U, 8U, 0U}) {
+        out.push_back(static_cast<uint8_t>(value >> shift));
+    }
 }
 
 void putBe16(Bytes &out, uint16_t value) {
-    const uint16_t wire = htons(value);
-    const auto *bytes = reinterpret_cast<const uint8_t *>(&wire);
-    out.insert(out.end(), bytes, bytes + sizeof wire);
+    out.push_back(static_cast<uint8_t>(value >> 8U));
+    out.push_back(static_cast<uint8_t>(value));
 }
 
 uint32_t be32(std::span<const uint8_t> bytes, size_t offset) {
@@ -33,7 +32,175 @@ constexpr size_t kNameLengthOffset = 17;
 constexpr size_t kNameOffset = 20;
 static_assert(kNameOffset + kPortNameSize == kPortRecordSize);
 
+constexpr size_t kPageHeaderSize = 8;
+constexpr size_t kClientHeaderSize = 16;
+constexpr size_t kAddressRecordSize = 24;
+
+constexpr size_t kGlobalHeaderSize = 8;
+constexpr size_t kOptionHeaderSize = 4;
+constexpr size_t kBindingRecordSize = 32;
+
+void putOption(Bytes &data, const OptionSettings &option) {
+    const size_t length = std::min<size_t>(option.value.size(), UINT16_MAX);
+    data.push_back(option.enabled ? 1 : 0);
+    data.push_back(static_cast<uint8_t>(option.format));
+    putBe16(data, static_cast<uint16_t>(length));
+    data.insert(data.end(), option.value.begin(), option.value.begin() + static_cast<long>(length));
+}
+
+std::optional<OptionSettings> takeOption(std::span<const uint8_t> &data) {
+    if (kOptionHeaderSize > data.size()) {
+        return std::nullopt;
+    }
+    const size_t length = be16(data, 2);
+    if (length > data.size() - kOptionHeaderSize) {
+        return std::nullopt;
+    }
+    const auto value = data.subspan(kOptionHeaderSize, length);
+    OptionSettings option{data[0] != 0, data[1], std::string(value.begin(), value.end())};
+    data = data.subspan(kOptionHeaderSize + length);
+    return option;
+}
+
 }  // namespace
+
+Bytes encodeGlobal(const GlobalSettings &global) {
+    Bytes data;
+    data.push_back(global.snooping ? 1 : 0);
+    data.push_back(global.fastRemove ? 1 : 0);
+    putBe16(data, 0);
+    putBe32(data, global.staticBindings);
+    putOption(data, global.interfaceId);
+    putOption(data, global.remoteId);
+    return data;
+}
+
+std::optional<GlobalSettings> decodeGlobal(std::span<const uint8_t> data) {
+    if (kGlobalHeaderSize > data.size()) {
+        return std::nullopt;
+    }
+    GlobalSettings global{data[0] != 0, data[1] != 0, be32(data, 4), {}, {}};
+    data = data.subspan(kGlobalHeaderSize);
+    const auto interfaceId = takeOption(data);
+    const auto remoteId = takeOption(data);
+    if (!interfaceId || !remoteId || !data.empty()) {
+        return std::nullopt;
+    }
+    global.interfaceId = *interfaceId;
+    global.remoteId = *remoteId;
+    return global;
+}
+
+Bytes encodeBindingList(const std::vector<BindingView> &bindings) {
+    Bytes data;
+    data.reserve(bindings.size() * kBindingRecordSize);
+    for (const BindingView &binding : bindings) {
+        data.insert(data.end(), binding.address.begin(), binding.address.end());
+        data.insert(data.end(), binding.mac.begin(), binding.mac.end());
+        putBe16(data, 0);
+        putBe32(data, binding.port);
+        putBe32(data, binding.vlan);
+    }
+    return data;
+}
+
+std::optional<std::vector<BindingView>> decodeBindingList(std::span<const uint8_t> data) {
+    if (data.size() % kBindingRecordSize != 0) {
+        return std::nullopt;
+    }
+    std::vector<BindingView> bindings;
+    for (; !data.empty(); data = data.subspan(kBindingRecordSize)) {
+        BindingView binding;
+        std::copy_n(data.begin(), binding.address.size(), binding.address.begin());
+        std::copy_n(data.begin() + 16, binding.mac.size(), binding.mac.begin());
+        binding.port = be32(data, 24);
+        binding.vlan = be32(data, 28);
+        bindings.push_back(binding);
+    }
+    return bindings;
+}
+
+Bytes encodeExemptVlanList(const std::vector<uint32_t> &vlans) {
+    Bytes data;
+    for (const uint32_t vlan : vlans) {
+        putBe16(data, static_cast<uint16_t>(vlan));
+    }
+    return data;
+}
+
+std::optional<std::vector<uint32_t>> decodeExemptVlanList(std::span<const uint8_t> data) {
+    if (data.size() % sizeof(uint16_t) != 0) {
+        return std::nullopt;
+    }
+    std::vector<uint32_t> vlans;
+    for (; !data.empty(); data = data.subspan(sizeof(uint16_t))) {
+        vlans.push_back(be16(data, 0));
+    }
+    return vlans;
+}
+
+size_t clientRecordSize(const ClientView &client) {
+    return kClientHeaderSize + client.addresses.size() * kAddressRecordSize;
+}
+
+Bytes encodeClientPage(const ClientPage &page) {
+    Bytes data;
+    putBe32(data, static_cast<uint32_t>(page.clients.size()));
+    data.push_back(page.more ? 1 : 0);
+    data.resize(kPageHeaderSize, 0);
+    for (const ClientView &client : page.clients) {
+        const size_t count = std::min<size_t>(client.addresses.size(), UINT8_MAX);
+        data.insert(data.end(), client.mac.begin(), client.mac.end());
+        data.push_back(client.waiting ? 1 : 0);
+        data.push_back(static_cast<uint8_t>(count));
+        putBe32(data, client.vlan);
+        putBe32(data, client.port);
+        for (size_t i = 0; i < count; ++i) {
+            const ClientAddressView &address = client.addresses[i];
+            data.insert(data.end(), address.address.begin(), address.address.end());
+            putBe32(data, address.prefixLength);
+            putBe32(data, address.validSecondsLeft);
+        }
+    }
+    return data;
+}
+
+std::optional<ClientPage> decodeClientPage(std::span<const uint8_t> data) {
+    if (data.size() < kPageHeaderSize) {
+        return std::nullopt;
+    }
+    ClientPage page;
+    const uint32_t count = be32(data, 0);
+    page.more = data[4] != 0;
+    data = data.subspan(kPageHeaderSize);
+    for (uint32_t i = 0; i < count; ++i) {
+        if (kClientHeaderSize > data.size()) {
+            return std::nullopt;
+        }
+        ClientView client;
+        std::copy_n(data.begin(), client.mac.size(), client.mac.begin());
+        client.waiting = data[6] != 0;
+        const size_t addresses = data[7];
+        client.vlan = be32(data, 8);
+        client.port = be32(data, 12);
+        data = data.subspan(kClientHeaderSize);
+        if (addresses * kAddressRecordSize > data.size()) {
+            return std::nullopt;
+        }
+        for (size_t a = 0; a < addresses; ++a, data = data.subspan(kAddressRecordSize)) {
+            ClientAddressView address;
+            std::copy_n(data.begin(), address.address.size(), address.address.begin());
+            address.prefixLength = be32(data, 16);
+            address.validSecondsLeft = be32(data, 20);
+            client.addresses.push_back(address);
+        }
+        page.clients.push_back(std::move(client));
+    }
+    if (!data.empty()) {
+        return std::nullopt;
+    }
+    return page;
+}
 
 Bytes encodePortList(const std::vector<PortSettings> &ports) {
     Bytes data;

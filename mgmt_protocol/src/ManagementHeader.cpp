@@ -87,6 +87,16 @@ CallVerdict screenRemoteCall(std::span<const uint8_t> message) {
     return CallVerdict::kServe;
 }
 
+std::vector<uint8_t> clearClientsArgument(const ClientSelection &selection) {
+    Bytes argument(kDeleteSelectorSize, 0);
+    storeAt(argument, kClearKindOffset, static_cast<uint32_t>(selection.kind));
+    storeAt(argument, kClearVlanOffset, selection.vlan);
+    storeAt(argument, kClearPortOffset, selection.port);
+    std::ranges::copy(selection.address, argument.begin() + kClearAddressOffset);
+    std::ranges::copy(selection.mac, argument.begin() + kClearMacOffset);
+    return argument;
+}
+
 Bytes encodePlatformRequest(uint16_t type, std::string_view text) {
     return withText(type, 0, text);
 }

@@ -274,6 +274,15 @@ static_assert(sizeof(Ipv6Address) == mgmt::kAddressSize);
 static_assert(sizeof(GlobalInfo) == mgmt::kGlobalInfoSize);
 static_assert(sizeof(VlanBitmap) == mgmt::kVlanBitmapSize);
 static_assert(sizeof(DeleteSelector) == mgmt::kDeleteSelectorSize);
+static_assert(offsetof(DeleteSelector, vlanId) == mgmt::kClearVlanOffset &&
+              offsetof(DeleteSelector, portIndex) == mgmt::kClearPortOffset &&
+              offsetof(DeleteSelector, address) == mgmt::kClearAddressOffset &&
+              offsetof(DeleteSelector, mac) == mgmt::kClearMacOffset);
+static_assert(DELETE_BY_PORT == static_cast<uint32_t>(mgmt::ClearBy::kPort) &&
+              DELETE_BY_ADDRESS == static_cast<uint32_t>(mgmt::ClearBy::kAddress) &&
+              DELETE_BY_VLAN == static_cast<uint32_t>(mgmt::ClearBy::kVlan) &&
+              DELETE_BY_MAC == static_cast<uint32_t>(mgmt::ClearBy::kMac) &&
+              DELETE_ALL == static_cast<uint32_t>(mgmt::ClearBy::kAll));
 static_assert(sizeof(InfoOptionConfig) == mgmt::kInfoOptionConfigSize);
 static_assert(sizeof(StaticBindRecord) == mgmt::kStaticBindRecordSize);
 static_assert(kStaticBindPage == mgmt::kStaticBindPageRecords);

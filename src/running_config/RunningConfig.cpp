@@ -3,9 +3,11 @@
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
+#include <string>
 #include <string_view>
 
 #include "core/GlobalState.h"
+#include "mgmt_protocol/Vocabulary.h"
 #include "platform/PlatformVariables.h"
 #include "platform/SmdPacketApi.h"
 #include "platform/SwitchHelperApi.h"
@@ -72,18 +74,29 @@ class Section {
     bool started_ = false;
 };
 
-const char *guardLine(uint32_t mode) {
-    switch (mode) {
-        case SOURCE_GUARD_IPV6:
-            return "ipv6-source-guard ipv6\r\n";
-        case SOURCE_GUARD_IPV6_MAC:
-            return "ipv6-source-guard ipv6-mac\r\n";
-        case SOURCE_GUARD_IPV6_MAC_VLAN:
-            return "ipv6-source-guard ipv6-mac-vlan\r\n";
-        default:
-            return "";
+// The guard line of a port in `mode`; empty for a port without source guard.
+std::string guardLine(uint32_t mode) {
+    if (mode < SOURCE_GUARD_IPV6 || mode > SOURCE_GUARD_IPV6_MAC_VLAN) {
+        return "";
     }
+    return "ipv6-source-guard " + std::string(mgmt::nameOf(mgmt::kGuardModeNames, mode)) + "\r\n";
 }
+
+// The name of an option format, as a text that ends in a zero.
+const char *formatName(uint32_t format) {
+    return mgmt::nameOf(mgmt::kOptionFormatNames, format).data();
+}
+
+static_assert(mgmt::valueNamed(mgmt::kGuardModeNames, "ipv6") == SOURCE_GUARD_IPV6 &&
+              mgmt::valueNamed(mgmt::kGuardModeNames, "ipv6-mac") == SOURCE_GUARD_IPV6_MAC &&
+              mgmt::valueNamed(mgmt::kGuardModeNames, "ipv6-mac-vlan") == SOURCE_GUARD_IPV6_MAC_VLAN &&
+              mgmt::valueNamed(mgmt::kGuardModeNames, "none") == SOURCE_GUARD_NONE);
+static_assert(mgmt::valueNamed(mgmt::kOptionFormatNames, "ipv4-address") == FORMAT_IPV4_ADDRESS &&
+              mgmt::valueNamed(mgmt::kOptionFormatNames, "ipv6-address") == FORMAT_IPV6_ADDRESS &&
+              mgmt::valueNamed(mgmt::kOptionFormatNames, "default") == FORMAT_DEFAULT &&
+              mgmt::valueNamed(mgmt::kOptionFormatNames, "string") == FORMAT_STRING &&
+              mgmt::valueNamed(mgmt::kOptionFormatNames, "user-defined") == FORMAT_USER_DEFINED);
+static_assert(mgmt::kMostClients == kDefaultClientLimit);
 
 bool writePorts(Section &section) {
     for (PortIndex port = 1; port <= gul_max_port_num && isTablePort(port); ++port) {
@@ -101,7 +114,7 @@ bool writePorts(Section &section) {
             std::snprintf(limit, sizeof limit, "dhcpv6-snooping max-clients %d\r\n", portMaxNum[slot]);
         }
         if (!section.add("%s\r\n%s%s%sexit\r\n", interface, trusted ? "dhcpv6-snooping trust\r\n" : "",
-                         guardLine(portIpSourceGuardMode[slot]), limit)) {
+                         guardLine(portIpSourceGuardMode[slot]).c_str(), limit)) {
             return false;
         }
     }
@@ -127,20 +140,21 @@ bool writeOption(Section &section, InfoOptionFields fields, int optionCode, cons
     const uint8_t *value = fields.value;
     switch (fields.format) {
         case FORMAT_IPV4_ADDRESS:
-            return section.add("dhcpv6-snooping information %s ipv4-address %d.%d.%d.%d\r\n", name, value[0],
-                               value[1], value[2], value[3]);
+            return section.add("dhcpv6-snooping information %s %s %d.%d.%d.%d\r\n", name,
+                               formatName(FORMAT_IPV4_ADDRESS), value[0], value[1], value[2], value[3]);
         case FORMAT_IPV6_ADDRESS: {
             char address[kAddressTextSize] = {};
             vosInetNtop(VOS_AF_INET6, value, address, kAddressTextSize);
-            return section.add("dhcpv6-snooping information %s ipv6-address %s\r\n", name, address);
+            return section.add("dhcpv6-snooping information %s %s %s\r\n", name,
+                               formatName(FORMAT_IPV6_ADDRESS), address);
         }
         case FORMAT_STRING:
-            return section.add("dhcpv6-snooping information %s string \"%.128s\"\r\n", name,
-                               reinterpret_cast<const char *>(value));
+            return section.add("dhcpv6-snooping information %s %s \"%.128s\"\r\n", name,
+                               formatName(FORMAT_STRING), reinterpret_cast<const char *>(value));
         case FORMAT_USER_DEFINED:
             return fields.storedTemplate == nullptr ||
-                   section.add("dhcpv6-snooping information %s user-defined \"%.128s\"\r\n", name,
-                               fields.storedTemplate->text);
+                   section.add("dhcpv6-snooping information %s %s \"%.128s\"\r\n", name,
+                               formatName(FORMAT_USER_DEFINED), fields.storedTemplate->text);
         default:
             return true;
     }

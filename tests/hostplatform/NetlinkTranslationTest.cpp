@@ -90,6 +90,7 @@ TEST(NetlinkTranslation, PortsAreNumberedByNameAndLinkChangesReachThePort) {
         {"it comes back renumbered", link(RTM_NEWLINK, 31, "swp1", kBridge, true), 1, 1},
         {"a member is deleted", link(RTM_DELLINK, 20, "swp10", kBridge, true), 3, 0},
         {"not a member", link(RTM_NEWLINK, 40, "eth0", 0, true), std::nullopt, 0},
+        {"a new member with its link down", link(RTM_NEWLINK, 32, "swp4", kBridge, false), std::nullopt, 0},
     };
     for (const Step &step : steps) {
         const auto change = apply(model, step.message);
@@ -102,7 +103,8 @@ TEST(NetlinkTranslation, PortsAreNumberedByNameAndLinkChangesReachThePort) {
     EXPECT_EQ(portOfInterface(model, 31), 1U);
     EXPECT_EQ(portOfInterface(model, 11), std::nullopt);
     EXPECT_EQ(portOfInterface(model, 20), std::nullopt) << "a deleted port keeps its number but no interface";
-    EXPECT_EQ(model.ports.size(), 4U);
+    EXPECT_EQ(portOfInterface(model, 32), 5U) << "a port that joins down is numbered all the same";
+    EXPECT_EQ(model.ports.size(), 5U);
 }
 
 TEST(NetlinkTranslation, MessagesOfOtherKindsOrCutShortAreNotRead) {

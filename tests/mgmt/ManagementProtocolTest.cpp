@@ -9,6 +9,7 @@
 #include "mgmt_protocol/ListRecords.h"
 #include "mgmt_protocol/ManagementHeader.h"
 #include "mgmt_protocol/RefusalText.h"
+#include "mgmt_protocol/Vocabulary.h"
 #include "support/DaemonTest.h"
 #include "switchsim/ConfigInterpreter.h"
 
@@ -85,6 +86,32 @@ TEST(ManagementProtocol, ListsComeBackAsTheyWereWrittenInNetworkByteOrder) {
     mgmt::Bytes longName = portData;
     longName[17] = 17;
     EXPECT_EQ(mgmt::decodePortList(longName), std::nullopt);
+}
+
+TEST(Vocabulary, AMacReadsBackAsItIsWrittenAndNoOtherFormIsTaken) {
+    for (const char *text : {"02:00:00:00:00:01", "AA:bb:CC:dd:EE:ff", "00:00:00:00:00:00"}) {
+        const auto mac = mgmt::parseMac(text);
+        ASSERT_TRUE(mac.has_value()) << text;
+        std::string lower(text);
+        std::ranges::transform(lower, lower.begin(), [](unsigned char c) { return std::tolower(c); });
+        EXPECT_EQ(mgmt::macText(mac->data()), lower);
+    }
+    for (const char *text : {"02:00:00:00:00", "02:00:00:00:00:0g", "2:00:00:00:00:01", "02-00-00-00-00-01",
+                             "02:00:00:00:00:01 ", "+2:00:00:00:00:01", "02:00:00:00:00:001", ""}) {
+        EXPECT_EQ(mgmt::parseMac(text), std::nullopt) << text;
+    }
+}
+
+TEST(Vocabulary, EveryNameStandsForOneValueAndBack) {
+    for (const auto &named : mgmt::kGuardModeNames) {
+        EXPECT_EQ(mgmt::valueNamed(mgmt::kGuardModeNames, named.name), named.value);
+        EXPECT_EQ(mgmt::nameOf(mgmt::kGuardModeNames, named.value), named.name);
+    }
+    for (const auto &named : mgmt::kOptionFormatNames) {
+        EXPECT_EQ(mgmt::valueNamed(mgmt::kOptionFormatNames, named.name), named.value);
+    }
+    EXPECT_EQ(mgmt::nameOf(mgmt::kGuardModeNames, 9), "?");
+    EXPECT_EQ(mgmt::valueNamed(mgmt::kOptionFormatNames, "hex"), std::nullopt);
 }
 
 // Every answer a call is known to give reads as a sentence about the command's subject; so do the

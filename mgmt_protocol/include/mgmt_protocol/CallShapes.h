@@ -6,6 +6,7 @@
 #include <array>
 #include <cstdint>
 #include <span>
+#include <vector>
 
 #include "mgmt_protocol/RemoteCallNumbers.h"
 
@@ -101,5 +102,24 @@ constexpr const CallShape *callShape(uint32_t number) {
                ? &kCallShapes[number - kStartSnooping]
                : nullptr;
 }
+
+// The argument of the call that clears clients: which clients, by kind, and the value of that kind.
+enum class ClearBy : uint32_t { kPort = 0, kAddress = 1, kVlan = 2, kMac = 3, kAll = 4 };
+inline constexpr size_t kClearKindOffset = 0;
+inline constexpr size_t kClearVlanOffset = 4;
+inline constexpr size_t kClearPortOffset = 8;
+inline constexpr size_t kClearAddressOffset = 12;
+inline constexpr size_t kClearMacOffset = 28;
+
+struct ClientSelection {
+    ClearBy kind = ClearBy::kAll;
+    uint32_t vlan = 0;
+    uint32_t port = 0;
+    std::array<uint8_t, kAddressSize> address{};
+    std::array<uint8_t, kMacSize> mac{};
+};
+
+// The selection in the call's argument layout, in this processor's byte order.
+std::vector<uint8_t> clearClientsArgument(const ClientSelection &selection);
 
 }  // namespace mgmt
