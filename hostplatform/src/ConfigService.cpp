@@ -22,9 +22,12 @@ namespace hostplatform {
 namespace {
 
 // The port of an interface name; the blank that stands between "interface ethernet" and the name on this
-// platform is not part of it.
+// platform must be there, and is not part of it.
 std::optional<uint32_t> portNamed(std::string_view name) {
-    name.remove_prefix(std::min(name.find_first_not_of(" \t"), name.size()));
+    if (!name.starts_with(' ')) {
+        return std::nullopt;
+    }
+    name.remove_prefix(std::min(name.find_first_not_of(' '), name.size()));
     const auto &ports = host().bridge.ports;
     const auto found = std::find_if(ports.begin(), ports.end(), [name](const BridgePort &port) {
         return port.ifindex != 0 && port.name == name;

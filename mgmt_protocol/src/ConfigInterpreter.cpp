@@ -13,20 +13,17 @@
 #include <optional>
 #include <stdexcept>
 
-#include "core/GlobalState.h"
-#include "core/SharedTypes.h"
+#include "mgmt_protocol/CallShapes.h"
 #include "mgmt_protocol/RefusalText.h"
 #include "mgmt_protocol/RemoteCallNumbers.h"
 #include "mgmt_protocol/Vocabulary.h"
 #include "platform/SwitchHelperApi.h"
-#include "relay_option/InfoOptionConfig.h"
-#include "source_guard/ExemptVlans.h"
-#include "source_guard/SourceGuardMode.h"
 
 namespace mgmt {
 namespace {
 
-constexpr uint32_t kExemptVlansAdd = 0;
+constexpr uint32_t kDefaultFormat = *valueNamed(kOptionFormatNames, "default");
+constexpr uint32_t kNoGuard = *valueNamed(kGuardModeNames, "none");
 
 // Why a line was refused; caught per line.
 struct Refusal : std::runtime_error {
@@ -171,7 +168,7 @@ class Interpreter {
         } else if (takePrefix(line, "no ipv6-source-guard bind ip ")) {
             binding(line, kDeleteBinding);
         } else if (takePrefix(line, "interface ethernet")) {
-            port_ = portNamed(line);
+            port_ = interfacePort(line);
             portName_ =
                 "port " + std::string(line.substr(std::min(line.find_first_not_of(' '), line.size())));
         } else if (takePrefix(line, "vlan ")) {
@@ -196,12 +193,12 @@ class Interpreter {
         } else if (takePrefix(line, "dhcpv6-snooping max-clients ")) {
             call(kSetPortMaxClients, {port, bytesOf(clientLimit(line))}, portName_);
         } else if (line == "no dhcpv6-snooping max-clients") {
-            call(kSetPortMaxClients, {port, bytesOf(uint32_t{kDefaultClientLimit})}, portName_);
+            call(kSetPortMaxClients, {port, bytesOf(kMostClients)}, portName_);
         } else if (line == "no ipv6-source-guard") {
-            call(kSetGuardMode, {port, bytesOf(uint32_t{SOURCE_GUARD_NONE})}, portName_);
+            call(kSetGuardMode, {port, bytesOf(kNoGuard)}, portName_);
         } else if (takePrefix(line, "ipv6-source-guard ")) {
             const auto mode = valueNamed(kGuardModeNames, line);
-            if (!mode || *mode == SOURCE_GUARD_NONE) {
+            if (!mode || *mode == kNoGuard) {
                 throw Refusal("unknown source-guard mode");
             }
             call(kSetGuardMode, {port, bytesOf(*mode)}, portName_);
@@ -216,7 +213,7 @@ class Interpreter {
         } else if (takePrefix(line, "dhcpv6-snooping max-clients ")) {
             call(kSetVlanMaxClients, {bytesOf(*vlan_), bytesOf(clientLimit(line))}, vlanName());
         } else if (line == "no dhcpv6-snooping max-clients") {
-            call(kSetVlanMaxClients, {bytesOf(*vlan_), bytesOf(uint32_t{kDefaultClientLimit})}, vlanName());
+            call(kSetVlanMaxClients, {bytesOf(*vlan_), bytesOf(kMostClients)}, vlanName());
         } else {
             throw Refusal("unknown VLAN command");
         }
@@ -224,13 +221,13 @@ class Interpreter {
 
     // "option 18", "option 37", or "<interface-id|remote-id> <format> <value>".
     void informationOption(std::string_view line) {
-        InfoOptionConfig record{};
+        Bytes record(kInfoOptionConfigSize, 0);
         if (line == "option 18" || line == "option 37") {
             const bool interfaceId = line == "option 18";
-            (interfaceId ? record.interfaceIdEnable : record.remoteIdEnable) = 1;
+            storeAt(record, (interfaceId ? kInterfaceIdFields : kRemoteIdFields).enable, uint32_t{1});
             call(kSetInfoOption,
-                 {bytesOf(uint32_t{interfaceId ? SELECT_INTERFACE_ID_ENABLE : SELECT_REMOTE_ID_ENABLE}),
-                  bytesOf(record)},
+                 {bytesOf(interfaceId ? OptionSelect::kInterfaceIdEnable : OptionSelect::kRemoteIdEnable),
+                  record},
                  line);
             return;
         }
@@ -239,47 +236,49 @@ class Interpreter {
             throw Refusal("unknown information option");
         }
         const bool interfaceId = option == "interface-id";
-        uint32_t &storedFormat = interfaceId ? record.interfaceIdFormat : record.remoteIdFormat;
-        uint8_t *storedValue = interfaceId ? record.interfaceIdValue : record.remoteIdValue;
+        const OptionFields &fields = interfaceId ? kInterfaceIdFields : kRemoteIdFields;
         const std::string_view format = word(line);
+        const auto formatNumber = valueNamed(kOptionFormatNames, format);
         Bytes value;
         if (format == "ipv4-address") {
-            storedFormat = FORMAT_IPV4_ADDRESS;
             value = address(AF_INET, line, 4);
         } else if (format == "ipv6-address") {
-            storedFormat = FORMAT_IPV6_ADDRESS;
             value = address(AF_INET6, line, 16);
         } else if (format == "string" || format == "user-defined") {
-            storedFormat = format == "string" ? FORMAT_STRING : FORMAT_USER_DEFINED;
             const std::string text = quoted(line);
-            if (text.size() >= kOptionValueSize) {
+            if (text.size() >= kOptionValueBytes) {
                 throw Refusal("the text is longer than 128 characters");
+            }
+            if (const auto unknown = unknownTemplateKeyword(text); unknown && format == "user-defined") {
+                throw Refusal(std::string(option) + " user-defined: " + *unknown +
+                              " is not a template keyword");
             }
             value.assign(text.begin(), text.end());
         } else {
             throw Refusal("unknown format");
         }
-        std::copy(value.begin(), value.end(), storedValue);
-        call(kSetInfoOption,
-             {bytesOf(uint32_t{interfaceId ? SELECT_INTERFACE_ID_FORMAT : SELECT_REMOTE_ID_FORMAT}),
-              bytesOf(record)},
-             std::string(option) + " " + std::string(format) + " " + std::string(line));
+        storeAt(record, fields.format, *formatNumber);
+        std::ranges::copy(value, record.begin() + static_cast<long>(fields.value));
+        call(
+            kSetInfoOption,
+            {bytesOf(interfaceId ? OptionSelect::kInterfaceIdFormat : OptionSelect::kRemoteIdFormat), record},
+            std::string(option) + " " + std::string(format) + " " + std::string(line));
     }
 
     // "option 18", "option 37" switched off, or "interface-id", "remote-id" back to the default format.
     void informationOptionOff(std::string_view line) {
-        InfoOptionConfig record{};
-        uint32_t select = 0;
+        Bytes record(kInfoOptionConfigSize, 0);
+        OptionSelect select{};
         if (line == "option 18" || line == "option 37") {
-            select = line == "option 18" ? SELECT_INTERFACE_ID_ENABLE : SELECT_REMOTE_ID_ENABLE;
+            select = line == "option 18" ? OptionSelect::kInterfaceIdEnable : OptionSelect::kRemoteIdEnable;
         } else if (line == "interface-id" || line == "remote-id") {
             const bool interfaceId = line == "interface-id";
-            select = interfaceId ? SELECT_INTERFACE_ID_FORMAT : SELECT_REMOTE_ID_FORMAT;
-            (interfaceId ? record.interfaceIdFormat : record.remoteIdFormat) = FORMAT_DEFAULT;
+            select = interfaceId ? OptionSelect::kInterfaceIdFormat : OptionSelect::kRemoteIdFormat;
+            storeAt(record, (interfaceId ? kInterfaceIdFields : kRemoteIdFields).format, kDefaultFormat);
         } else {
             throw Refusal("unknown information option");
         }
-        call(kSetInfoOption, {bytesOf(select), bytesOf(record)}, line);
+        call(kSetInfoOption, {bytesOf(select), record}, line);
     }
 
     void exemptVlans(std::string_view list, uint32_t operation) {
@@ -288,11 +287,11 @@ class Interpreter {
             0) {
             throw Refusal("not a VLAN list");
         }
-        VlanBitmap requested{};
+        Bytes requested(kVlanBitmapSize, 0);
         for (size_t i = 0; ids[i] != 0; ++i) {
-            vlanBitmapAdd(requested, ids[i]);
+            setVlanBit(requested, ids[i]);
         }
-        call(kConfigureExemptVlans, {bytesOf(operation), bytesOf(requested), bytesOf(VlanBitmap{})},
+        call(kConfigureExemptVlans, {bytesOf(operation), requested, Bytes(kVlanBitmapSize, 0)},
              "ipv6-source-guard bind vlan " + std::string(list));
     }
 
@@ -313,7 +312,8 @@ class Interpreter {
         if (takePrefix(line, "mac ")) {
             mac = macAddress(word(line));
             if (takePrefix(line, "interface ethernet ")) {
-                port = portNamed(word(line));
+                // Written after a blank here, as the platform's own interface lines may have it.
+                port = portNamed(std::string(" ").append(word(line)));
                 if (takePrefix(line, "vlan ")) {
                     vlan = vlanId(word(line));
                 }
@@ -327,6 +327,19 @@ class Interpreter {
              callNumber == kDeleteBinding ? std::vector<Bytes>{ip}
                                           : std::vector<Bytes>{ip, mac, bytesOf(port), bytesOf(vlan)},
              subject);
+    }
+
+    // The port of an "interface ethernet" line, named as the platform writes it there: with a blank before
+    // the name on one platform, without on another. A name that stands right after "ethernet" where the
+    // platform wants a blank is refused with the reason.
+    [[nodiscard]] uint32_t interfacePort(std::string_view name) const {
+        if (const auto port = findPort_(name)) {
+            return *port;
+        }
+        if (findPort_(std::string(" ").append(name))) {
+            throw Refusal("a blank must stand between ethernet and the port name");
+        }
+        return portNamed(name);
     }
 
     [[nodiscard]] uint32_t portNamed(std::string_view name) const {

@@ -5,11 +5,9 @@
 #include <algorithm>
 #include <cstring>
 
-#include "core/SharedTypes.h"
 #include "mgmt_protocol/CallShapes.h"
 #include "mgmt_protocol/RemoteCallNumbers.h"
 #include "mgmt_protocol/Vocabulary.h"
-#include "relay_option/InfoOptionConfig.h"
 
 namespace mgmt {
 namespace {
@@ -24,11 +22,14 @@ uint32_t wordAt(const DecodedRemoteCall &reply, size_t argument) {
     return loadAt<uint32_t>(reply.arguments.at(argument), 0);
 }
 
-// The reply of a call that succeeded, or nothing.
+// The reply of a call that succeeded, its outputs of the sizes asked for, or nothing.
 std::optional<DecodedRemoteCall> answered(const ReadCall &read, uint32_t callNumber,
                                           const std::vector<Bytes> &arguments) {
     auto reply = read(callNumber, arguments);
-    return reply && reply->result == 0 && reply->arguments.size() == arguments.size() ? reply : std::nullopt;
+    const auto sameSizes = [&arguments](const DecodedRemoteCall &answer) {
+        return std::ranges::equal(answer.arguments, arguments, {}, &Bytes::size, &Bytes::size);
+    };
+    return reply && reply->result == 0 && sameSizes(*reply) ? reply : std::nullopt;
 }
 
 // The template that the running configuration writes for `option` ("interface-id" or "remote-id").
@@ -44,16 +45,21 @@ std::string templateText(const std::string &runningConfig, const std::string &op
     return std::string(line.substr(0, line.rfind('"')));
 }
 
-OptionSettings optionOf(uint32_t enable, uint32_t format, const uint8_t *value, std::string userDefined) {
-    OptionSettings option{enable != 0, format, ""};
+// One option as the settings record holds it at `fields`.
+OptionSettings optionOf(std::span<const uint8_t> record, const OptionFields &fields,
+                        std::string userDefined) {
+    const auto format = loadAt<uint32_t>(record, fields.format);
+    const uint8_t *value = record.data() + fields.value;
+    OptionSettings option{loadAt<uint32_t>(record, fields.enable) != 0, format, ""};
+    const auto named = nameOf(kOptionFormatNames, format);
     char text[INET6_ADDRSTRLEN] = {};
-    if (format == FORMAT_IPV4_ADDRESS || format == FORMAT_IPV6_ADDRESS) {
-        inet_ntop(format == FORMAT_IPV4_ADDRESS ? AF_INET : AF_INET6, value, text, sizeof text);
+    if (named == "ipv4-address" || named == "ipv6-address") {
+        inet_ntop(named == "ipv4-address" ? AF_INET : AF_INET6, value, text, sizeof text);
         option.value = text;
-    } else if (format == FORMAT_STRING) {
+    } else if (named == "string") {
         option.value.assign(reinterpret_cast<const char *>(value),
-                            strnlen(reinterpret_cast<const char *>(value), kOptionValueSize));
-    } else if (format == FORMAT_USER_DEFINED) {
+                            strnlen(reinterpret_cast<const char *>(value), kOptionValueBytes));
+    } else if (named == "user-defined") {
         option.value = std::move(userDefined);
     }
     return option;
@@ -68,14 +74,14 @@ std::optional<GlobalSettings> readGlobal(const ReadCall &read, const std::string
     if (!info || !options || !count) {
         return std::nullopt;
     }
-    InfoOptionConfig config{};
-    std::memcpy(&config, options->arguments[0].data(), std::min(sizeof config, options->arguments[0].size()));
+    const auto &record = options->arguments[0];
+    if (record.size() != kInfoOptionConfigSize) {
+        return std::nullopt;
+    }
     return GlobalSettings{loadAt<uint32_t>(info->arguments[0], 0) != 0,
                           loadAt<uint32_t>(info->arguments[0], 4) != 0, wordAt(*count, 0),
-                          optionOf(config.interfaceIdEnable, config.interfaceIdFormat,
-                                   config.interfaceIdValue, templateText(runningConfig, "interface-id")),
-                          optionOf(config.remoteIdEnable, config.remoteIdFormat, config.remoteIdValue,
-                                   templateText(runningConfig, "remote-id"))};
+                          optionOf(record, kInterfaceIdFields, templateText(runningConfig, "interface-id")),
+                          optionOf(record, kRemoteIdFields, templateText(runningConfig, "remote-id"))};
 }
 
 std::optional<std::vector<BindingView>> readBindings(const ReadCall &read) {
@@ -112,11 +118,9 @@ std::optional<std::vector<uint32_t>> readExemptVlans(const ReadCall &read) {
     if (!reply) {
         return std::nullopt;
     }
-    VlanBitmap bitmap{};
-    std::memcpy(&bitmap, reply->arguments[0].data(), sizeof bitmap);
     std::vector<uint32_t> vlans;
     for (uint32_t vlan = kLowestVlan; vlan <= kHighestVlan; ++vlan) {
-        if (vlanBitmapHas(bitmap, static_cast<VlanId>(vlan))) {
+        if (hasVlanBit(reply->arguments[0], vlan)) {
             vlans.push_back(vlan);
         }
     }

@@ -1,5 +1,7 @@
 #include "mgmt_protocol/Vocabulary.h"
 
+#include <algorithm>
+#include <cctype>
 #include <charconv>
 
 namespace mgmt {
@@ -31,6 +33,21 @@ std::optional<std::array<uint8_t, 6>> parseMac(std::string_view text) {
         }
     }
     return mac;
+}
+
+std::optional<std::string> unknownTemplateKeyword(std::string_view text) {
+    const auto isLetter = [](char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); };
+    for (size_t at = text.find('%'); at != std::string_view::npos; at = text.find('%', at + 1)) {
+        const size_t end =
+            std::find_if_not(text.begin() + static_cast<long>(at) + 1, text.end(), isLetter) - text.begin();
+        std::string word(text.substr(at + 1, end - at - 1));
+        std::ranges::transform(word, word.begin(),
+                               [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+        if (!word.empty() && std::ranges::find(kTemplateKeywordNames, word) == kTemplateKeywordNames.end()) {
+            return std::string("%").append(text.substr(at + 1, end - at - 1));
+        }
+    }
+    return std::nullopt;
 }
 
 }  // namespace mgmt

@@ -284,6 +284,18 @@ static_assert(DELETE_BY_PORT == static_cast<uint32_t>(mgmt::ClearBy::kPort) &&
               DELETE_BY_MAC == static_cast<uint32_t>(mgmt::ClearBy::kMac) &&
               DELETE_ALL == static_cast<uint32_t>(mgmt::ClearBy::kAll));
 static_assert(sizeof(InfoOptionConfig) == mgmt::kInfoOptionConfigSize);
+static_assert(offsetof(InfoOptionConfig, remoteIdEnable) == mgmt::kRemoteIdFields.enable &&
+              offsetof(InfoOptionConfig, remoteIdFormat) == mgmt::kRemoteIdFields.format &&
+              offsetof(InfoOptionConfig, remoteIdValue) == mgmt::kRemoteIdFields.value &&
+              offsetof(InfoOptionConfig, interfaceIdEnable) == mgmt::kInterfaceIdFields.enable &&
+              offsetof(InfoOptionConfig, interfaceIdFormat) == mgmt::kInterfaceIdFields.format &&
+              offsetof(InfoOptionConfig, interfaceIdValue) == mgmt::kInterfaceIdFields.value &&
+              kOptionValueSize == mgmt::kOptionValueBytes);
+static_assert(SELECT_REMOTE_ID_ENABLE == static_cast<uint32_t>(mgmt::OptionSelect::kRemoteIdEnable) &&
+              SELECT_INTERFACE_ID_ENABLE == static_cast<uint32_t>(mgmt::OptionSelect::kInterfaceIdEnable) &&
+              SELECT_REMOTE_ID_FORMAT == static_cast<uint32_t>(mgmt::OptionSelect::kRemoteIdFormat) &&
+              SELECT_INTERFACE_ID_FORMAT == static_cast<uint32_t>(mgmt::OptionSelect::kInterfaceIdFormat));
+static_assert(kExemptVlansRemove == mgmt::kExemptVlansRemove);
 static_assert(sizeof(StaticBindRecord) == mgmt::kStaticBindRecordSize);
 static_assert(kStaticBindPage == mgmt::kStaticBindPageRecords);
 static_assert(sizeof(ClientAddressSummary) == mgmt::kClientSummarySize);

@@ -6,15 +6,14 @@
 #include <cstdio>
 #include <cstring>
 
+#include "mgmt_protocol/Vocabulary.h"
 #include "platform/VosApi.h"
 
 namespace {
 
-// Index 0 is the empty name, which the lookup never tries.
-constexpr std::array<const char *, kKeywordCount + 1> kKeywordNames = {
-    "",     "sysip",   "sysname", "portname", "iftype", "switchmac",  "frame",
-    "slot", "subslot", "port",    "svlan",    "cvlan",  "clientduid",
-};
+// Index 0 is the empty name, which the lookup never tries. Every name is a literal, so it ends in a zero.
+constexpr const auto &kKeywordNames = mgmt::kTemplateKeywordNames;
+static_assert(kKeywordNames.size() == kKeywordCount + 1);
 
 bool isLetter(char c) {
     return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
@@ -22,7 +21,7 @@ bool isLetter(char c) {
 
 uint32_t keywordId(const char *name) {
     for (uint32_t id = 1; id <= kKeywordCount; ++id) {
-        if (strcasecmp(name, kKeywordNames[id]) == 0) {
+        if (strcasecmp(name, kKeywordNames[id].data()) == 0) {
             return id;
         }
     }
@@ -110,7 +109,7 @@ int32_t checkRebuilt(const OptionTemplate &fields, uint32_t count, const char *e
 }  // namespace
 
 const char *templateKeywordName(uint32_t id) {
-    return id <= kKeywordCount ? kKeywordNames[id] : kKeywordNames[0];
+    return id <= kKeywordCount ? kKeywordNames[id].data() : kKeywordNames[0].data();
 }
 
 extern "C" {

@@ -110,4 +110,24 @@ TEST(ConfigService, PortAndVlanListsAgreeWithTheRunningConfiguration) {
     EXPECT_THAT(runningConfig(), Not(HasSubstr("vlan 30")));
 }
 
+// On a Linux host the interface line names the port after a blank, as the running configuration writes
+// it; a name glued to "ethernet" is refused with the reason, and any number of blanks is taken.
+TEST(ConfigService, AnInterfaceLineWantsABlankBeforeThePortName) {
+    auto &bridge = hostplatform::host().bridge;
+    bridge.ports.resize(1);
+    bridge.ports[0].ifindex = 7;
+    bridge.ports[0].name = "swp1";
+    gul_max_port_num = 1;
+    ASSERT_EQ(dhcp6snooping_init(), 0);
+    ASSERT_EQ(dhcp6snoopingRmWrapFunction(), 0);
+    EXPECT_THAT(
+        described(hostplatform::enterConfigText("interface ethernetswp1\n")),
+        ElementsAre("line 1: interface ethernetswp1: a blank must stand between ethernet and the port name"));
+    EXPECT_THAT(hostplatform::enterConfigText("interface   ethernet    swp1\ndhcpv6-snooping trust\nexit\n"
+                                              "ipv6-source-guard bind ip 2001:db8::5 mac 02:00:00:00:00:05 "
+                                              "interface ethernet swp1\n"),
+                IsEmpty());
+    EXPECT_THAT(runningConfig(), HasSubstr("interface ethernet swp1\r\ndhcpv6-snooping trust"));
+}
+
 }  // namespace

@@ -59,6 +59,18 @@ TEST(ManagementProtocol, AMessageCutShortOrDeclaringMoreThanItCarriesIsMalformed
     EXPECT_EQ(mgmt::screenRemoteCall(declaringMore), mgmt::CallVerdict::kMalformed);
 }
 
+TEST(ManagementProtocol, VlanBitsLieWhereTheDaemonReadsThem) {
+    VlanBitmap daemon{};
+    mgmt::Bytes ours(mgmt::kVlanBitmapSize, 0);
+    for (const uint32_t vlan : {1U, 7U, 8U, 100U, 4094U}) {
+        vlanBitmapAdd(daemon, static_cast<VlanId>(vlan));
+        mgmt::setVlanBit(ours, vlan);
+        EXPECT_TRUE(mgmt::hasVlanBit(ours, vlan));
+    }
+    EXPECT_EQ(std::memcmp(&daemon, ours.data(), ours.size()), 0);
+    EXPECT_FALSE(mgmt::hasVlanBit(ours, 2));
+}
+
 TEST(ManagementProtocol, EveryMessageCarriesTheVersionItWasWrittenFor) {
     for (const auto &message : {mgmt::encodeRemoteCall(mgmt::kStartSnooping, {}),
                                 mgmt::encodePlatformRequest(mgmt::kRunningConfigMessage),
@@ -99,6 +111,16 @@ TEST(Vocabulary, AMacReadsBackAsItIsWrittenAndNoOtherFormIsTaken) {
     for (const char *text : {"02:00:00:00:00", "02:00:00:00:00:0g", "2:00:00:00:00:01", "02-00-00-00-00-01",
                              "02:00:00:00:00:01 ", "+2:00:00:00:00:01", "02:00:00:00:00:001", ""}) {
         EXPECT_EQ(mgmt::parseMac(text), std::nullopt) << text;
+    }
+}
+
+TEST(Vocabulary, ATemplateKeywordIsKnownWhateverItsCaseAndTheFirstUnknownOneIsNamed) {
+    const std::vector<std::pair<const char *, std::optional<std::string>>> cases = {
+        {"%sysname-%port", std::nullopt}, {"vlan%cvlan", std::nullopt}, {"%PORT%ClientDuid", std::nullopt},
+        {"100%", std::nullopt},           {"%ports", "%ports"},         {"%port/%bogus1%frame", "%bogus"},
+    };
+    for (const auto &[text, unknown] : cases) {
+        EXPECT_EQ(mgmt::unknownTemplateKeyword(text), unknown) << text;
     }
 }
 
@@ -188,7 +210,7 @@ INSTANTIATE_TEST_SUITE_P(
         RefusedLine{"interface ethernet1/0/3\ndhcpv6-snooping trust\nipv6-source-guard ipv6",
                     "port 1/0/3: a trusted port cannot be guarded; say no dhcpv6-snooping trust first"},
         RefusedLine{"dhcpv6-snooping information remote-id user-defined \"%ports\"",
-                    "remote-id user-defined \"%ports\": a keyword is unknown or longer than 10 letters"},
+                    "remote-id user-defined: %ports is not a template keyword"},
         RefusedLine{"dhcpv6-snooping information remote-id user-defined \"%port%Port\"",
                     "remote-id user-defined \"%port%Port\": a keyword is used twice"}));
 

@@ -103,6 +103,35 @@ constexpr const CallShape *callShape(uint32_t number) {
                : nullptr;
 }
 
+// The settings record of options 18 and 37 as its two calls carry it: which fields a set takes, and where
+// the fields of each option lie in the record.
+enum class OptionSelect : uint32_t {
+    kRemoteIdEnable = 1,
+    kInterfaceIdEnable = 2,
+    kRemoteIdFormat = 3,
+    kInterfaceIdFormat = 4
+};
+struct OptionFields {
+    size_t enable;
+    size_t format;
+    size_t value;
+};
+inline constexpr OptionFields kRemoteIdFields{4, 8, 12};
+inline constexpr OptionFields kInterfaceIdFields{152, 156, 160};
+inline constexpr size_t kOptionValueBytes = 129;  // 128 characters and a zero, or an address
+
+// The operations of the exempt-VLAN list call.
+inline constexpr uint32_t kExemptVlansAdd = 0;
+inline constexpr uint32_t kExemptVlansRemove = 1;
+
+// A VLAN bitmap argument holds VLAN v in bit 7 - v % 8 of byte v / 8.
+inline void setVlanBit(std::span<uint8_t> bitmap, uint32_t vlan) {
+    bitmap[vlan / 8] |= static_cast<uint8_t>(0x80U >> (vlan % 8));
+}
+inline bool hasVlanBit(std::span<const uint8_t> bitmap, uint32_t vlan) {
+    return (bitmap[vlan / 8] & (0x80U >> (vlan % 8))) != 0;
+}
+
 // The argument of the call that clears clients: which clients, by kind, and the value of that kind.
 enum class ClearBy : uint32_t { kPort = 0, kAddress = 1, kVlan = 2, kMac = 3, kAll = 4 };
 inline constexpr size_t kClearKindOffset = 0;

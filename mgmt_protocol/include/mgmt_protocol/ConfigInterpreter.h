@@ -25,7 +25,8 @@ struct ConfigLineError {
 // Makes one remote call and answers the daemon's result, or nothing when the daemon did not answer.
 using CallDaemon =
     std::function<std::optional<int32_t>(uint32_t callNumber, const std::vector<Bytes> &arguments)>;
-// The port that the switch names so after "interface ethernet", or nothing when there is none.
+// The port that the switch names so after "interface ethernet", blanks before the name as the switch writes
+// them there (a binding line's port comes with one blank before it), or nothing when there is none.
 using FindPort = std::function<std::optional<uint32_t>(std::string_view name)>;
 
 // Enters the lines of `text` one by one ("\r\n" or "\n" apart; empty lines and "!" comments are skipped).

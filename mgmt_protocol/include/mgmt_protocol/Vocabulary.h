@@ -37,6 +37,17 @@ inline constexpr std::array<NamedValue, 5> kOptionFormatNames = {{
     {5, "user-defined"},
 }};
 
+// The keywords of an option template by their ids, each written after a "%"; id 0 is the empty name,
+// which no keyword has.
+inline constexpr std::array<std::string_view, 13> kTemplateKeywordNames = {
+    "",     "sysip",   "sysname", "portname", "iftype", "switchmac",  "frame",
+    "slot", "subslot", "port",    "svlan",    "cvlan",  "clientduid",
+};
+
+// The first word after a "%" of `text` that is no template keyword, as the template reads it (the letters
+// up to the first other character), or nothing when every keyword is known.
+std::optional<std::string> unknownTemplateKeyword(std::string_view text);
+
 // The name of `value` in `names`, or "?" for a value no name stands for.
 template <size_t N>
 constexpr std::string_view nameOf(const std::array<NamedValue, N> &names, uint32_t value) {
