@@ -62,6 +62,25 @@ std::optional<OptionSettings> takeOption(std::span<const uint8_t> &data) {
     return option;
 }
 
+// The records of `data`, each `size` bytes, read one by one by `readOne`; nothing when `data` is not a
+// whole number of records or one of them cannot be read.
+template <typename Record, typename ReadOne>
+std::optional<std::vector<Record>> recordsOf(std::span<const uint8_t> data, size_t size, ReadOne readOne) {
+    if (data.size() % size != 0) {
+        return std::nullopt;
+    }
+    std::vector<Record> records;
+    records.reserve(data.size() / size);
+    for (; !data.empty(); data = data.subspan(size)) {
+        std::optional<Record> record = readOne(data.first(size));
+        if (!record) {
+            return std::nullopt;
+        }
+        records.push_back(std::move(*record));
+    }
+    return records;
+}
+
 }  // namespace
 
 Bytes encodeGlobal(const GlobalSettings &global) {
@@ -105,19 +124,14 @@ Bytes encodeBindingList(const std::vector<BindingView> &bindings) {
 }
 
 std::optional<std::vector<BindingView>> decodeBindingList(std::span<const uint8_t> data) {
-    if (data.size() % kBindingRecordSize != 0) {
-        return std::nullopt;
-    }
-    std::vector<BindingView> bindings;
-    for (; !data.empty(); data = data.subspan(kBindingRecordSize)) {
+    return recordsOf<BindingView>(data, kBindingRecordSize, [](std::span<const uint8_t> record) {
         BindingView binding;
-        std::copy_n(data.begin(), binding.address.size(), binding.address.begin());
-        std::copy_n(data.begin() + 16, binding.mac.size(), binding.mac.begin());
-        binding.port = be32(data, 24);
-        binding.vlan = be32(data, 28);
-        bindings.push_back(binding);
-    }
-    return bindings;
+        std::copy_n(record.begin(), binding.address.size(), binding.address.begin());
+        std::copy_n(record.begin() + 16, binding.mac.size(), binding.mac.begin());
+        binding.port = be32(record, 24);
+        binding.vlan = be32(record, 28);
+        return std::optional(binding);
+    });
 }
 
 Bytes encodeExemptVlanList(const std::vector<uint32_t> &vlans) {
@@ -129,14 +143,9 @@ Bytes encodeExemptVlanList(const std::vector<uint32_t> &vlans) {
 }
 
 std::optional<std::vector<uint32_t>> decodeExemptVlanList(std::span<const uint8_t> data) {
-    if (data.size() % sizeof(uint16_t) != 0) {
-        return std::nullopt;
-    }
-    std::vector<uint32_t> vlans;
-    for (; !data.empty(); data = data.subspan(sizeof(uint16_t))) {
-        vlans.push_back(be16(data, 0));
-    }
-    return vlans;
+    return recordsOf<uint32_t>(data, sizeof(uint16_t), [](std::span<const uint8_t> record) {
+        return std::optional<uint32_t>(be16(record, 0));
+    });
 }
 
 size_t clientRecordSize(const ClientView &client) {
@@ -233,31 +242,26 @@ Bytes encodeVlanList(const std::vector<VlanSettings> &vlans) {
 }
 
 std::optional<std::vector<PortSettings>> decodePortList(std::span<const uint8_t> data) {
-    if (data.size() % kPortRecordSize != 0) {
-        return std::nullopt;
-    }
-    std::vector<PortSettings> ports;
-    for (; !data.empty(); data = data.subspan(kPortRecordSize)) {
-        const size_t nameLength = data[kNameLengthOffset];
-        if (nameLength > kPortNameSize) {
-            return std::nullopt;
-        }
-        const auto name = data.subspan(kNameOffset, nameLength);
-        ports.push_back({be32(data, 0), std::string(name.begin(), name.end()), data[kTrustedOffset] != 0,
-                         be32(data, 4), be32(data, 8), be32(data, 12)});
-    }
-    return ports;
+    return recordsOf<PortSettings>(data, kPortRecordSize,
+                                   [](std::span<const uint8_t> record) -> std::optional<PortSettings> {
+                                       const size_t nameLength = record[kNameLengthOffset];
+                                       if (nameLength > kPortNameSize) {
+                                           return std::nullopt;
+                                       }
+                                       const auto name = record.subspan(kNameOffset, nameLength);
+                                       return PortSettings{be32(record, 0),
+                                                           std::string(name.begin(), name.end()),
+                                                           record[kTrustedOffset] != 0,
+                                                           be32(record, 4),
+                                                           be32(record, 8),
+                                                           be32(record, 12)};
+                                   });
 }
 
 std::optional<std::vector<VlanSettings>> decodeVlanList(std::span<const uint8_t> data) {
-    if (data.size() % kVlanRecordSize != 0) {
-        return std::nullopt;
-    }
-    std::vector<VlanSettings> vlans;
-    for (; !data.empty(); data = data.subspan(kVlanRecordSize)) {
-        vlans.push_back({be16(data, 0), be32(data, 4), be32(data, 8)});
-    }
-    return vlans;
+    return recordsOf<VlanSettings>(data, kVlanRecordSize, [](std::span<const uint8_t> record) {
+        return std::optional(VlanSettings{be16(record, 0), be32(record, 4), be32(record, 8)});
+    });
 }
 
 }  // namespace mgmt
