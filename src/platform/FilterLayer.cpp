@@ -1,6 +1,7 @@
 #include "platform/FilterLayer.h"
 
 #include "core/DebugTrace.h"
+#include "core/FrameStatistics.h"
 #include "platform/FrmApi.h"
 
 namespace {
@@ -57,7 +58,13 @@ int32_t requestFilter(Direction direction, uint32_t kind, const Ipv6Address &add
         const KindCalls &calls = kKindCalls[kind - FILTER_GLOBAL_IP];
         result = direction == Direction::Install ? calls.install(request) : calls.remove(request);
     }
+    // Filters of every port count under port 0.
+    const PortIndex countedPort = kind >= FILTER_PORT_IP_MAC ? port : 0;
+    countEvent(countedPort, direction == Direction::Install ? mgmt::Counter::FilterInstalls
+                                                            : mgmt::Counter::FilterRemovals);
     if (result != 0) {
+        countEvent(countedPort, direction == Direction::Install ? mgmt::Counter::FilterInstallFailures
+                                                                : mgmt::Counter::FilterRemovalFailures);
         dhcp6snooping_debug_printf(direction == Direction::Install ? kInstallFailed : kRemoveFailed,
                                    static_cast<int>(installedFilterCount));
         return result;

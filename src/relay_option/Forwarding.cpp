@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "core/DebugTrace.h"
+#include "core/FrameStatistics.h"
 #include "core/GlobalState.h"
 #include "platform/PlatformVariables.h"
 #include "relay_option/OptionInsertion.h"
@@ -45,10 +46,24 @@ void clearPort(PortList &list, uint32_t index) {
     }
 }
 
-int32_t sendToPort(const SnoopPacket &packet, uint16_t vlanId, uint32_t egress) {
-    return smdVDPktSendPort(packet.frame, packet.length, &packet.info, vlanId, egress + 1, kSendFlags) == 0
-               ? 0
-               : -1;
+// The result of a send: 0 and the frame counted as passed, or -1 and counted as dropped.
+int32_t counted(int32_t serviceResult) {
+    if (serviceResult != 0) {
+        countFrameDropped(mgmt::Counter::DroppedSendFailed);
+        return -1;
+    }
+    countFramePassed();
+    return 0;
+}
+
+// Out of the one port, unless that is where the frame came from: its destination is then already there.
+int32_t sendToPort(const SnoopPacket &packet, uint16_t vlanId, uint32_t egress, uint32_t ingress) {
+    if (egress == ingress) {
+        countFrameDropped(mgmt::Counter::DroppedDestinationOnIngress);
+        return 0;
+    }
+    return counted(
+        smdVDPktSendPort(packet.frame, packet.length, &packet.info, vlanId, egress + 1, kSendFlags));
 }
 
 // To every member of the VLAN but the ingress port, each link aggregation once.
@@ -61,11 +76,11 @@ int32_t flood(const SnoopPacket &packet, uint16_t vlanId, uint32_t ingress) {
     clearPort(members, ingress);
     if (vd_portlist_plnull(&members) != 0) {
         dhcp6snooping_debug_printf(kNoSendPort);
+        countFrameDropped(mgmt::Counter::DroppedNoEgressPort);
         return 0;
     }
-    return smdVDPktSendPortlist(packet.frame, packet.length, &packet.info, vlanId, &members, kSendFlags) == 0
-               ? 0
-               : -1;
+    return counted(
+        smdVDPktSendPortlist(packet.frame, packet.length, &packet.info, vlanId, &members, kSendFlags));
 }
 
 }  // namespace
@@ -84,7 +99,7 @@ int32_t dhcp6snoopingSendToServers(SnoopPacket *packet, uint16_t vlanId, uint32_
     // Only a server behind a trusted port gets the frame alone; anything else might be a rogue listener.
     if (egress != kNoEgress && egress < gul_max_port_num && egress < kPortTableSize &&
         portTrustMode[egress] == 1) {
-        return egress == ingress ? 0 : sendToPort(*packet, vlanId, egress);
+        return sendToPort(*packet, vlanId, egress, ingress);
     }
     return flood(*packet, vlanId, ingress);
 }
@@ -92,7 +107,7 @@ int32_t dhcp6snoopingSendToServers(SnoopPacket *packet, uint16_t vlanId, uint32_
 int32_t dhcp6snoopingSendToClient(SnoopPacket *packet, uint16_t vlanId, uint32_t ingress) {
     const uint32_t egress = egressOf(*packet, vlanId, ingress, Direction::ToClient);
     if (egress != kNoEgress) {
-        return egress == ingress ? 0 : sendToPort(*packet, vlanId, egress);
+        return sendToPort(*packet, vlanId, egress, ingress);
     }
     return flood(*packet, vlanId, ingress);
 }

@@ -4,6 +4,7 @@
 
 #include "core/ByteCursor.h"
 #include "core/DebugTrace.h"
+#include "core/FrameStatistics.h"
 #include "core/SharedTypes.h"
 #include "platform/SmdPacketApi.h"
 #include "platform/SystemFactsApi.h"
@@ -246,12 +247,14 @@ SnoopPacket *dhcp6snoopingInfoOptionInsert(SnoopPacket *packet, uint32_t payload
         workingBuffer = static_cast<uint8_t *>(vosCalloc(1, kWorkingBufferSize));
         if (workingBuffer == nullptr) {
             dhcp6snooping_debug_printf(kNoMemory);
+            countFrameDropped(mgmt::Counter::DroppedRelayOptionFailed);
             return nullptr;
         }
     }
     const uint32_t frameLength = packet->length;
     if (frameLength > kLongestOptionFrame) {
         dhcp6snooping_debug_printf(kTooLong);
+        countFrameDropped(mgmt::Counter::DroppedRelayOptionFailed);
         return nullptr;
     }
     // The IPv6 and UDP headers must lie whole between the EtherType and the message.
@@ -260,6 +263,7 @@ SnoopPacket *dhcp6snoopingInfoOptionInsert(SnoopPacket *packet, uint32_t payload
     if (payloadOffset < kUdpHeaderSize || ipv6Start + kIpv6HeaderSize > payloadOffset - kUdpHeaderSize ||
         !dhcp6LocateMessage(packet->frame, frameLength, payloadOffset, &received)) {
         dhcp6snooping_debug_printf(kFailed);
+        countFrameDropped(mgmt::Counter::DroppedRelayOptionFailed);
         return nullptr;
     }
     const PacketContext context{getSWByVLAN(vlanId), vlanId, static_cast<uint16_t>(ingress)};
@@ -270,7 +274,9 @@ SnoopPacket *dhcp6snoopingInfoOptionInsert(SnoopPacket *packet, uint32_t payload
     uint32_t newLength = 0;
     if (dhcp6snoopingInfoOptionBuild(message[0], message + kMessageHeaderSize, received.optionsLength,
                                      &newLength, &context, &facts) != 0) {
+        // Only the drop strategy refuses to build: the message already carried one of our options.
         dhcp6snooping_debug_printf(kFailed);
+        countFrameDropped(mgmt::Counter::DroppedRelayOptionPresent);
         return nullptr;
     }
     const int32_t growth = static_cast<int32_t>(newLength) - static_cast<int32_t>(received.optionsLength);

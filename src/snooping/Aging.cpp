@@ -1,6 +1,7 @@
 #include "snooping/Aging.h"
 
 #include "core/DebugTrace.h"
+#include "core/FrameStatistics.h"
 #include "core/GlobalState.h"
 #include "core/MacText.h"
 #include "platform/VosApi.h"
@@ -39,6 +40,7 @@ void ageBindings(ClientEntry &entry, uint32_t elapsed) {
         record.validLifetime = countDown(record.validLifetime, elapsed);
         if (runOut(record.validLifetime)) {
             // The record that follows moves into this place and is looked at next.
+            countEvent(entry.portIndex, mgmt::Counter::BindingsExpired);
             clientForgetBinding(entry, record, entry.portIndex,
                                 [&entry](const ClientAddress &expired) { traceExpired(entry, expired); });
         } else {
@@ -62,6 +64,7 @@ void age(ClientEntry &entry) {
     entry.pendingLifetime = countDown(entry.pendingLifetime, elapsed);
     if (runOut(entry.pendingLifetime)) {
         dhcp6snooping_debug_printf(kPendingClientExpired, macText(entry.mac).text);
+        countEvent(entry.portIndex, mgmt::Counter::ClientsExpiredWaiting);
         clientDelete(entry.mac);
     }
 }
@@ -91,7 +94,7 @@ int32_t dhcp6snoopingLinkChange(uint32_t portIndex, uint32_t status) {
     DeleteSelector selector{};
     selector.kind = DELETE_BY_PORT;
     selector.portIndex = portIndex;
-    dhcp6snoopingDeleteByData(selector);
+    deleteClientsCounted(selector, mgmt::Counter::BindingsRemovedLinkDown);
     return 0;
 }
 }

@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "core/DebugTrace.h"
+#include "core/FrameStatistics.h"
 #include "platform/VosApi.h"
 #include "snooping/ClientTable.h"
 
@@ -53,9 +54,7 @@ ClientAddress *findAddress(const ClientEntry &entry, const uint8_t *address) {
 
 }  // namespace
 
-extern "C" {
-
-int32_t dhcp6snoopingDeleteByData(DeleteSelector selector) {
+int32_t deleteClientsCounted(DeleteSelector selector, mgmt::Counter cause) {
     const uint32_t start = vosUpSeconds();
     for (ClientEntry *entry = clientFirst(); entry != nullptr;) {
         ClientEntry *next = clientAfter(entry->mac);
@@ -64,11 +63,13 @@ int32_t dhcp6snoopingDeleteByData(DeleteSelector selector) {
         }
         if (selector.kind == DELETE_BY_ADDRESS) {
             if (ClientAddress *record = findAddress(*entry, selector.address)) {
+                countEvent(entry->portIndex, cause);
                 clientForgetBinding(*entry, *record, entry->portIndex, [](const ClientAddress &) {});
                 clientDeleteIfBare(*entry);
                 return 0;
             }
         } else if (selects(*entry, selector)) {
+            countEvent(entry->portIndex, cause, entry->addresses.count);
             clientDelete(entry->mac);
         } else {
             entry = next;
@@ -80,5 +81,11 @@ int32_t dhcp6snoopingDeleteByData(DeleteSelector selector) {
         entry = next;
     }
     return 0;
+}
+
+extern "C" {
+
+int32_t dhcp6snoopingDeleteByData(DeleteSelector selector) {
+    return deleteClientsCounted(selector, mgmt::Counter::BindingsRemovedClear);
 }
 }

@@ -5,6 +5,8 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "mgmt_protocol/Statistics.h"
+
 extern "C" {
 
 enum DeleteKind : uint32_t {
@@ -36,3 +38,6 @@ static_assert(offsetof(DeleteSelector, mac) == 28);
 // there is at least one client.
 int32_t dhcp6snoopingDeleteByData(DeleteSelector selector);
 }
+
+// dhcp6snoopingDeleteByData, counting every binding it removes under `cause`.
+int32_t deleteClientsCounted(DeleteSelector selector, mgmt::Counter cause);

@@ -1,8 +1,10 @@
 #include "snooping/MessageHandlers.h"
 
 #include <cstring>
+#include <optional>
 
 #include "core/DebugTrace.h"
+#include "core/FrameStatistics.h"
 #include "core/GlobalState.h"
 #include "core/MacText.h"
 #include "platform/VosApi.h"
@@ -39,6 +41,7 @@ bool refuseZeroMac(const MessageContext &context, const uint8_t *mac) {
         return false;
     }
     dhcp6snooping_debug_printf(kZeroMac, nameOf(context));
+    countFrameDropped(mgmt::Counter::DroppedZeroMac);
     return true;
 }
 
@@ -51,17 +54,28 @@ void sendToClient(const MessageContext &context) {
     dhcp6snoopingSendToClient(context.packet, static_cast<uint16_t>(context.vlanId), portSlot(context.port));
 }
 
-// When the port or the VLAN is full, only a client already recorded there may go on.
-bool withinLimits(const MessageContext &context, const uint8_t *mac) {
+// When the port or the VLAN is full, only a client already recorded there may go on: the limit that
+// stops the message, or nothing when it may go on.
+std::optional<mgmt::Counter> limitReached(const MessageContext &context, const uint8_t *mac) {
     const uint32_t slot = portSlot(context.port);
     const bool portFull = portClientCount[slot] >= portMaxNum[slot];
     const bool vlanFull = vlanClientCount[context.vlanId] >= vlanMaxNum[context.vlanId];
     if (!portFull && !vlanFull) {
-        return true;
+        return std::nullopt;
     }
     const ClientEntry *entry = clientFind(mac);
-    return entry != nullptr && (!portFull || entry->portIndex == context.port) &&
-           (!vlanFull || entry->vlanId == context.vlanId);
+    if (portFull && (entry == nullptr || entry->portIndex != context.port)) {
+        return mgmt::Counter::DroppedPortLimit;
+    }
+    if (vlanFull && (entry == nullptr || entry->vlanId != context.vlanId)) {
+        return mgmt::Counter::DroppedVlanLimit;
+    }
+    return std::nullopt;
+}
+
+void dropFromUntrustedPort(const MessageContext &context) {
+    dhcp6snooping_debug_printf(kUntrustedPort, nameOf(context));
+    countFrameDropped(mgmt::Counter::DroppedServerMessageOnUntrustedPort);
 }
 
 void record(const MessageContext &context, const uint8_t *mac) {
@@ -75,6 +89,7 @@ void record(const MessageContext &context, const uint8_t *mac) {
         entry = clientFindOrCreate(mac);
     }
     if (entry == nullptr) {
+        countEvent(context.port, mgmt::Counter::ClientsNotRecordedTableFull);
         return;
     }
     entry->vlanId = context.vlanId;
@@ -111,9 +126,13 @@ class ExtractedBindings {
 };
 
 void merge(ClientEntry &entry, const AddressList &extracted) {
+    const uint32_t before = entry.addresses.count;
     for (uint32_t i = 0; i < extracted.count; ++i) {
         addressListStoreBinding(entry.addresses, *addressAt(extracted, i));
     }
+    const uint32_t learned = entry.addresses.count - before;
+    countEvent(entry.portIndex, mgmt::Counter::BindingsLearned, learned);
+    countEvent(entry.portIndex, mgmt::Counter::BindingsRenewed, extracted.count - learned);
 }
 
 }  // namespace
@@ -124,8 +143,9 @@ void handleClientMessage(const MessageContext &context) {
         return;
     }
     if (!trusted(context.port)) {
-        if (!withinLimits(context, mac)) {
+        if (const auto limit = limitReached(context, mac)) {
             dhcp6snooping_debug_printf(kLimitReached, nameOf(context));
+            countFrameDropped(*limit);
             return;
         }
         record(context, mac);
@@ -139,6 +159,8 @@ void handleRelease(const MessageContext &context) {
         return;
     }
     if (ClientEntry *entry = clientFind(mac)) {
+        const auto forgotten = context.message->type == MSG_RELEASE ? mgmt::Counter::BindingsReleased
+                                                                    : mgmt::Counter::BindingsDeclined;
         {
             const ExtractedBindings released(context, /*finalFlag=*/0);
             for (uint32_t i = 0; i < released.list().count; ++i) {
@@ -149,6 +171,7 @@ void handleRelease(const MessageContext &context) {
                 }
                 // The guard mode of the port the message came in on decides, and the recorded port's filter
                 // goes along with the binding.
+                countEvent(entry->portIndex, forgotten);
                 clientForgetBinding(*entry, *known, context.port, [&](const ClientAddress &) {
                     if (dhcp6snoopingTraceOn()) {
                         dhcp6snooping_debug_printf(kReleased, nameOf(context), macText(mac).text);
@@ -167,7 +190,7 @@ void handleReply(const MessageContext &context) {
         return;
     }
     if (!trusted(context.port)) {
-        dhcp6snooping_debug_printf(kUntrustedPort, nameOf(context));
+        dropFromUntrustedPort(context);
         return;
     }
     ClientEntry *entry = clientFind(mac);
@@ -183,6 +206,7 @@ void handleReply(const MessageContext &context) {
             dhcp6snooping_debug_printf(kSamePort, nameOf(context), macText(mac).text);
         }
         clientDelete(entry->mac);
+        countFrameDropped(mgmt::Counter::DroppedReplyOnClientPort);
         return;
     }
     {
@@ -215,7 +239,7 @@ void handleReply(const MessageContext &context) {
 
 void handleServerMessage(const MessageContext &context) {
     if (!trusted(context.port)) {
-        dhcp6snooping_debug_printf(kUntrustedPort, nameOf(context));
+        dropFromUntrustedPort(context);
         return;
     }
     sendToClient(context);
