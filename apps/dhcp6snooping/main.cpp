@@ -13,10 +13,17 @@
 
 #include "BindingDatabase.h"
 #include "ClientListing.h"
+#include "ConfigChangeLog.h"
 #include "ConfigService.h"
+#include "DropLog.h"
 #include "HostLifecycle.h"
+#include "HostStatistics.h"
+#include "MetricsFile.h"
+#include "core/FrameStatistics.h"
 #include "core/MainLoop.h"
 #include "core/Startup.h"
+#include "mgmt_protocol/Statistics.h"
+#include "snooping/Dhcp6Options.h"
 
 namespace {
 
@@ -37,6 +44,7 @@ std::string bootConfiguration() {
 // are entered all the same.
 void enterBootConfiguration() {
     const std::string &path = hostplatform::hostSettings().bootConfig;
+    const hostplatform::ConfigChangeLog change("boot configuration " + path);
     const auto refused = hostplatform::enterConfigText(bootConfiguration());
     for (const auto &error : refused) {
         hostplatform::logLine(LOG_ERR, "boot configuration " + path + " " + hostplatform::describe(error));
@@ -49,6 +57,7 @@ void enterBootConfiguration() {
 // On SIGHUP the configuration becomes the boot configuration's, whole or not at all.
 void replaceWithBootConfiguration() {
     const std::string &path = hostplatform::hostSettings().bootConfig;
+    const hostplatform::ConfigChangeLog change("boot configuration " + path + " on SIGHUP");
     const auto refused = hostplatform::replaceConfigText(bootConfiguration());
     for (const auto &error : refused) {
         hostplatform::logLine(LOG_ERR, "boot configuration " + path + " " + hostplatform::describe(error));
@@ -57,6 +66,25 @@ void replaceWithBootConfiguration() {
                           refused.empty()
                               ? "the configuration is the boot configuration " + path + " again"
                               : "the boot configuration " + path + " was refused; nothing changed");
+}
+
+// Every frame the daemon drops is logged, a few a second for each reason.
+void logDroppedFrame(const DropNotice *notice) {
+    hostplatform::logDrop(
+        {notice->port, notice->vlan,
+         notice->messageType != 0 ? dhcp6MessageName(static_cast<uint8_t>(notice->messageType)) : "frame",
+         notice->sourceMac, mgmt::kCounterNames[notice->reason].key});
+}
+
+void answerStatisticsRequests() {
+    hostplatform::answerRequest(mgmt::kStatisticsMessage, [](std::span<const uint8_t>) {
+        return mgmt::encodeStatistics(hoststats::statistics());
+    });
+    hostplatform::answerRequest(mgmt::kClearStatisticsMessage, [](std::span<const uint8_t>) {
+        hoststats::clear();
+        hostplatform::logLine(LOG_NOTICE, "the statistics cleared");
+        return mgmt::Bytes{};
+    });
 }
 
 }  // namespace
@@ -84,6 +112,11 @@ int main(int argc, char *argv[]) {
     hostplatform::answerRequest(mgmt::kClientPageMessage, [](std::span<const uint8_t> request) {
         return mgmt::encodeClientPage(listing::clientPage(request));
     });
+    answerStatisticsRequests();
+    dhcp6snoopingDropListen(logDroppedFrame);
+    if (const auto &settings = hostplatform::hostSettings(); !settings.metricsFile.empty()) {
+        metrics::keepWritten(settings.metricsFile, settings.metricsInterval);
+    }
     // The filters of the boot configuration and of the clients taken back go to the kernel together, in
     // the transaction that replaces a table an earlier run left behind.
     hostplatform::reportReady();

@@ -10,10 +10,12 @@
 #include <map>
 #include <sstream>
 
+#include "StatisticsView.h"
 #include "Views.h"
 #include "mgmt_protocol/CallShapes.h"
 #include "mgmt_protocol/ConfigInterpreter.h"
 #include "mgmt_protocol/RemoteCallNumbers.h"
+#include "mgmt_protocol/Statistics.h"
 #include "mgmt_protocol/Vocabulary.h"
 
 namespace ctl {
@@ -22,6 +24,9 @@ const char *const kUsageText = R"(usage: dhcp6snoopingctl [--socket PATH] [-j|--
 
 Commands:
   show global | ports | vlans | clients | bindings | exempt-vlans | running-config | storage
+  show statistics [port NAME]
+                          frames passed and dropped (and why), bindings learned and lost, filter
+                          requests, and what source guard dropped: every port's and their sum, or one
   config LINE...          enter the LINEs as running-configuration text, all of them or none
   apply [--check] FILE|-  enter a saved running configuration from FILE or standard input, all of it or
                           none; with --check, only say which lines the daemon would refuse
@@ -30,6 +35,8 @@ Commands:
   save                    write the running configuration to the boot configuration file
   show storage            where the boot configuration and the binding database are, and their age
   clear clients [port NAME | vlan ID | mac MAC | address IPV6]
+  clear statistics        set every counter back to 0
+  debug on|off            switch the daemon's trace lines in the system log on or off
   reset                   return every setting to its default
 
 Options:
@@ -84,12 +91,23 @@ int show(const Options &options, Session &session) {
         {"exempt-vlans", exemptVlansView},
         {"storage", storageView},
     };
-    if (options.words.size() != 2) {
+    const auto &words = options.words;
+    if (words.size() == 4 && words[1] == "statistics" && words[2] == "port") {
+        const auto value = statisticsView(session.daemon, words[3]);
+        session.out << (options.json ? value.dump(options.indent) + "\n" : statisticsText(value));
+        return 0;
+    }
+    if (words.size() != 2) {
         throw UsageError(
             "show takes one of: global, ports, vlans, clients, bindings, exempt-vlans, running-config, "
-            "storage");
+            "storage, statistics [port NAME]");
     }
-    const std::string &view = options.words[1];
+    const std::string &view = words[1];
+    if (view == "statistics") {
+        const auto value = statisticsView(session.daemon, std::nullopt);
+        session.out << (options.json ? value.dump(options.indent) + "\n" : statisticsText(value));
+        return 0;
+    }
     if (view == "clients") {
         printClients(session.daemon, session.out, options.json, options.indent);
         return 0;
@@ -194,10 +212,25 @@ int save(const Options &options, Session &session) {
     return 0;
 }
 
+int clearStatistics(const Options &options, Session &session) {
+    if (options.words.size() != 2) {
+        throw UsageError("clear statistics takes nothing more");
+    }
+    if (session.daemon.platformRequest(mgmt::kClearStatisticsMessage).first != 0) {
+        throw CommandFailure("the statistics were not cleared");
+    }
+    return 0;
+}
+
 int clearClients(const Options &options, Session &session) {
     const auto &words = options.words;
+    if (words.size() >= 2 && words[1] == "statistics") {
+        return clearStatistics(options, session);
+    }
     if (words.size() < 2 || words[1] != "clients" || (words.size() != 2 && words.size() != 4)) {
-        throw UsageError("clear clients takes nothing, or one of: port NAME, vlan ID, mac MAC, address IPV6");
+        throw UsageError(
+            "clear takes statistics, or clients and nothing, or one of: port NAME, vlan ID, mac MAC, address "
+            "IPV6");
     }
     mgmt::ClientSelection selector;
     std::optional<std::string> portName;
@@ -243,6 +276,18 @@ int clearClients(const Options &options, Session &session) {
     return 0;
 }
 
+int debug(const Options &options, Session &session) {
+    const auto &words = options.words;
+    if (words.size() != 2 || (words[1] != "on" && words[1] != "off")) {
+        throw UsageError("debug takes on or off");
+    }
+    const char on = words[1] == "on" ? 1 : 0;
+    if (session.daemon.platformRequest(mgmt::kTraceMessage, std::string_view(&on, 1)).first != 0) {
+        throw CommandFailure("the trace was not switched " + words[1]);
+    }
+    return 0;
+}
+
 int reset(const Options &options, Session &session) {
     if (options.words.size() != 1) {
         throw UsageError("reset takes no arguments");
@@ -257,7 +302,7 @@ int runCommand(const Options &options, Session &session) {
     using Command = int (*)(const Options &, Session &);
     static const std::map<std::string, Command> kCommands = {
         {"show", show}, {"apply", apply},        {"config", config}, {"replace", replace},
-        {"save", save}, {"clear", clearClients}, {"reset", reset},
+        {"save", save}, {"clear", clearClients}, {"reset", reset},   {"debug", debug},
     };
     const auto found = kCommands.find(options.words.at(0));
     if (found == kCommands.end()) {

@@ -59,6 +59,7 @@ json globalView(DaemonLink &daemon) {
     const auto global = listOf(daemon, kGlobalMessage, decodeGlobal, "global settings");
     return {{"snooping", global.snooping},
             {"port_down_fast_remove", global.fastRemove},
+            {"trace", global.trace},
             {"static_bindings", global.staticBindings},
             {"interface_id", optionView(global.interfaceId)},
             {"remote_id", optionView(global.remoteId)}};
@@ -184,6 +185,7 @@ std::string viewText(const std::string &view, const json &value) {
         line(std::string("port-down action: ") +
              (value["port_down_fast_remove"].get<bool>() ? "fast-remove" : "keep clients"));
         line("static bindings: " + value["static_bindings"].dump());
+        line(std::string("debug trace: ") + (value["trace"].get<bool>() ? "on" : "off"));
         for (const char *option : {"interface_id", "remote_id"}) {
             const auto &o = value[option];
             line(std::string(option) + ": " + (o["enabled"].get<bool>() ? "on" : "off") + ", format " +

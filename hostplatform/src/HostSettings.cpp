@@ -46,6 +46,7 @@ std::optional<HostSettings> parseSettings(std::string_view text, std::string &er
             {"socket", &HostSettings::socketPath},
             {"boot-config", &HostSettings::bootConfig},
             {"binding-database", &HostSettings::bindingDatabase},
+            {"metrics-file", &HostSettings::metricsFile},
         };
         const auto *path = std::find_if(std::begin(kPaths), std::end(kPaths),
                                         [&key](const auto &entry) { return entry.first == key; });
@@ -63,6 +64,14 @@ std::optional<HostSettings> parseSettings(std::string_view text, std::string &er
                 return refuse("trace is on or off");
             }
             settings.trace = value == "on";
+        } else if (key == "metrics-interval") {
+            const auto seconds = std::strtoul(value.c_str(), nullptr, 10);
+            if (value.find_first_not_of("0123456789") != std::string::npos || seconds < 1 ||
+                seconds > kLongestMetricsInterval) {
+                return refuse("metrics-interval is a number of seconds from 1 to " +
+                              std::to_string(kLongestMetricsInterval));
+            }
+            settings.metricsInterval = static_cast<uint32_t>(seconds);
         } else {
             return refuse("unknown setting \"" + std::string(key) + "\"");
         }

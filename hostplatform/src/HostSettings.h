@@ -3,6 +3,7 @@
 // may use it, and whether the daemon's trace lines reach the system log. They belong to the platform, not
 // to the daemon, and are read from a file of the platform's.
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -23,7 +24,11 @@ struct HostSettings {
     std::string bootConfig = "/etc/dhcp6snooping/dhcp6snooping.conf";
     // The learned clients, kept across restarts.
     std::string bindingDatabase = "/var/lib/dhcp6snooping/bindings";
+    // The counters for Prometheus' node_exporter, replaced every metricsInterval seconds; empty: none.
+    std::string metricsFile;
+    uint32_t metricsInterval = 15;
 };
+inline constexpr uint32_t kLongestMetricsInterval = 3600;
 
 // Reads "key = value" lines (paths must be absolute); "#" starts a comment. Nothing, with the reason in
 // `error`, for an unknown key or a bad value.

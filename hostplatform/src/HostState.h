@@ -41,9 +41,12 @@ struct HostState {
     std::vector<uint8_t> request;  // the management request being served, of any size the platform takes
     bool quiet = false;            // no log line at all: a copy of the daemon that checks a configuration
     bool listing = false;          // the platform reads a whole list through the calls: no trace line
+    // Who asks for the changes being made, as the configuration change log names them.
+    std::string channel = "ctl";
     // What the packet path did, told in the log when the daemon stops.
     uint64_t framesHandled = 0;
     uint64_t framesDropped = 0;
+    uint64_t framesNotHandedOver = 0;
     double secondsHandling = 0;
     std::vector<PacketRegistration> registrations;
     LinkChangeCallback linkChange = nullptr;

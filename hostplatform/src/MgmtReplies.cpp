@@ -1,14 +1,19 @@
 #include "MgmtReplies.h"
 
+#include <syslog.h>
+
 #include <algorithm>
 #include <string>
 #include <vector>
 
 #include "AtomicFile.h"
+#include "ConfigChangeLog.h"
 #include "ConfigService.h"
+#include "HostFacts.h"
 #include "mgmt_protocol/ListRecords.h"
 #include "mgmt_protocol/ManagementHeader.h"
 #include "mgmt_protocol/PlatformLists.h"
+#include "mgmt_protocol/Statistics.h"
 #include "platform/SwitchHelperApi.h"
 
 namespace hostplatform {
@@ -24,15 +29,9 @@ class Listing {
 };
 
 // Every port of the bridge with its settings; a port that has left the bridge is not listed.
-std::vector<mgmt::PortSettings> portList(const HostState &state) {
+std::vector<mgmt::PortSettings> portList() {
     const Listing listing;
-    std::vector<mgmt::NamedPort> ports;
-    for (uint32_t port = 1; port <= state.bridge.ports.size(); ++port) {
-        if (state.bridge.ports[port - 1].ifindex != 0) {
-            ports.push_back({port, state.bridge.ports[port - 1].name});
-        }
-    }
-    return mgmt::readPortList(ports, callInProcess);
+    return mgmt::readPortList(bridgePorts(), callInProcess);
 }
 
 std::vector<mgmt::VlanSettings> vlanList() {
@@ -44,7 +43,10 @@ std::vector<mgmt::VlanSettings> vlanList() {
 // did not answer.
 std::optional<mgmt::Bytes> listData(uint16_t type) {
     if (type == mgmt::kGlobalMessage) {
-        const auto global = mgmt::readGlobal(callInProcess, runningConfigText().value_or(""));
+        auto global = mgmt::readGlobal(callInProcess, runningConfigText().value_or(""));
+        if (global) {
+            global->trace = host().settings.trace;
+        }
         return global ? std::optional(mgmt::encodeGlobal(*global)) : std::nullopt;
     }
     if (type == mgmt::kBindingListMessage) {
@@ -76,7 +78,7 @@ std::optional<mgmt::Bytes> platformReply(std::span<const uint8_t> request, const
         return mgmt::encodePortNamesReply(names);
     }
     if (type == mgmt::kPortListMessage) {
-        return withData(type, mgmt::encodePortList(portList(state)));
+        return withData(type, mgmt::encodePortList(portList()));
     }
     if (type == mgmt::kVlanListMessage) {
         return withData(type, mgmt::encodeVlanList(vlanList()));
@@ -95,6 +97,11 @@ std::optional<mgmt::Bytes> platformReply(std::span<const uint8_t> request, const
     if (type == mgmt::kCheckConfigMessage || type == mgmt::kApplyConfigMessage ||
         type == mgmt::kReplaceConfigMessage) {
         const auto text = mgmt::messageText(request);
+        // A text entered is one change, told once.
+        std::optional<ConfigChangeLog> change;
+        if (type != mgmt::kCheckConfigMessage) {
+            change.emplace(state.channel);
+        }
         const auto errors = type == mgmt::kCheckConfigMessage   ? checkConfigText(text)
                             : type == mgmt::kApplyConfigMessage ? enterConfigTextWhole(text)
                                                                 : replaceConfigText(text);
@@ -111,6 +118,16 @@ std::optional<mgmt::Bytes> platformReply(std::span<const uint8_t> request, const
             return mgmt::encodePlatformReply(type, mgmt::kRefused, error);
         }
         return mgmt::encodePlatformReply(type, 0, state.settings.bootConfig);
+    }
+    if (type == mgmt::kTraceMessage) {
+        const auto text = mgmt::messageText(request);
+        if (text.size() != 1 || (text[0] != 0 && text[0] != 1)) {
+            return mgmt::encodePlatformReply(type, mgmt::kRefused, "");
+        }
+        host().settings.trace = text[0] == 1;
+        logLine(LOG_NOTICE, std::string("the trace switched ") + (text[0] == 1 ? "on" : "off") + " through " +
+                                state.channel);
+        return mgmt::encodePlatformReply(type, 0, "");
     }
     if (type == mgmt::kStoragePathsMessage) {
         return mgmt::encodePlatformReply(type, 0,

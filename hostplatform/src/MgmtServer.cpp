@@ -116,6 +116,11 @@ int MgmtServer::accept(double now) {
     return descriptor;
 }
 
+std::optional<uid_t> MgmtServer::userOf(int connection) const {
+    const auto found = std::ranges::find(connections_, connection, &Connection::descriptor);
+    return found != connections_.end() ? std::optional(found->user) : std::nullopt;
+}
+
 size_t MgmtServer::heldBy(uid_t user) const {
     return static_cast<size_t>(std::ranges::count(connections_, user, &Connection::user));
 }

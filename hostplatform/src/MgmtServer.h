@@ -8,6 +8,7 @@
 #include <sys/types.h>
 
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <string>
 #include <vector>
@@ -42,6 +43,8 @@ class MgmtServer {
     // Closes the connections that have sent nothing for kIdleSeconds up to `now`.
     void closeIdle(double now);
     [[nodiscard]] size_t connectionCount() const { return connections_.size(); }
+    // The user at the other end of `connection`; nothing for a connection the server does not hold.
+    [[nodiscard]] std::optional<uid_t> userOf(int connection) const;
 
     // The next datagram of `connection` into `message`, which takes its size when that is at most `most`
     // bytes: its full length (a longer one is read and thrown away), 0 when the peer has gone, -1 when

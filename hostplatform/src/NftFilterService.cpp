@@ -47,16 +47,20 @@ bool &everyBridge() {
 
 // Runs the commands as one transaction; true when nftables took them. nftables' reason for refusing goes to
 // `error` when one is given.
-bool run(std::string_view commands, std::string *error = nullptr) {
+bool run(std::string_view commands, std::string *error = nullptr, std::string *output = nullptr) {
     nft_ctx *const active = context().get();
     if (active == nullptr) {
         return false;
     }
     const bool taken = nft_run_cmd_from_buffer(active, std::string(commands).c_str()) == 0;
-    // Reading the buffer also empties it for the next command.
+    // Reading the buffers also empties them for the next command.
     const char *const reason = nft_ctx_get_error_buffer(active);
+    const char *const printed = nft_ctx_get_output_buffer(active);
     if (!taken && error != nullptr) {
         *error = reason;
+    }
+    if (output != nullptr && printed != nullptr) {
+        *output = printed;
     }
     return taken;
 }
@@ -293,6 +297,7 @@ bool nftOpen(std::string &error) {
             return false;
         }
         nft_ctx_buffer_error(context().get());
+        nft_ctx_buffer_output(context().get());
     }
     portBoundElements().clear();  // the table is made anew, empty
     record() = {};
@@ -339,14 +344,28 @@ size_t nftCommit() {
     }
     size_t refused = opening.empty() || run(opening) ? 0 : 1;
     forEachLine(batch, [&refused](std::string_view text) {
-        const auto line = nft::elementLine(text);
-        if (line && run(std::string(text) + "\n")) {
-            apply(*line);
-        } else {
+        if (!run(std::string(text) + "\n")) {
             ++refused;
+        } else if (const auto line = nft::elementLine(text)) {
+            apply(*line);
         }
     });
     return refused;
+}
+
+std::map<std::string, uint64_t> nftGuardDrops() {
+    std::string listing;
+    // Until the first commit the table is not the kernel's yet: nothing was dropped by it.
+    if (!record().opening.empty() || !run(nft::listCounters(), nullptr, &listing)) {
+        return {};
+    }
+    return nft::packetsByCounter(listing);
+}
+
+void nftResetGuardDrops() {
+    if (record().opening.empty()) {
+        run(nft::resetCounters());
+    }
 }
 
 bool nftTableServesEveryBridge() {

@@ -3,6 +3,8 @@
 // bridge family, in a table of the daemon's own. The FRM_ calls (platform/FrmApi.h) are defined on top of it.
 
 #include <cstddef>
+#include <cstdint>
+#include <map>
 #include <string>
 
 namespace hostplatform {
@@ -22,6 +24,11 @@ void nftRefreshPorts();
 // kernel refuse the transaction, each change is made on its own and the record follows what it took.
 // Answers how many changes the kernel refused (0 when all were made).
 size_t nftCommit();
+
+// The packets each of source guard's drop counters counted (nft::guardDropCounter names them), and the
+// counters set back to 0.
+std::map<std::string, uint64_t> nftGuardDrops();
+void nftResetGuardDrops();
 
 // True when the kernel refused a table limited to our bridge and the open table serves the frames of every
 // bridge in the network namespace.

@@ -4,7 +4,9 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <cstdlib>
 #include <initializer_list>
+#include <sstream>
 
 namespace hostplatform::nft {
 namespace {
@@ -26,6 +28,7 @@ constexpr std::string_view kTable = "bridge dhcp6snooping";
 // delete a few thousand elements in one transaction, which is what switching a busy port out of source
 // guard asks for.
 constexpr std::string_view kSets = R"(	set guarded_ports { typeof meta iifname; }
+	map guard_drop_counters { type ifname : counter; }
 	set exempt_vlans { typeof vlan id; }
 	set neighbour_discovery { typeof icmpv6 type; }
 	set permit_ip { typeof ip6 saddr; }
@@ -64,6 +67,7 @@ constexpr std::string_view kPreroutingTail = R"(		meta protocol != ip6 return
 		ether type 8021q meta iifname . ip6 saddr . vlan id @permit_port_any_mac_ip_vlan accept
 		ether type ip6 meta iifname . ether saddr . ip6 saddr @permit_port_mac_ip_untagged accept
 		ether type ip6 meta iifname . ip6 saddr @permit_port_any_mac_ip_untagged accept
+		counter name meta iifname map @guard_drop_counters
 		drop
 	}
 )";
@@ -161,8 +165,48 @@ std::string closeTable() {
     return concat({"delete table ", kTable, "\n"});
 }
 
+std::string guardDropCounter(std::string_view port) {
+    std::string name(kGuardDropCounterPrefix);
+    for (const char c : port) {
+        constexpr std::string_view kHex = "0123456789abcdef";
+        name += kHex[static_cast<uint8_t>(c) >> 4U];
+        name += kHex[static_cast<uint8_t>(c) & 0xFU];
+    }
+    return name;
+}
+
 std::string denyAllIp6(Change change, std::string_view port) {
-    return element(change, "guarded_ports", quoted(port));
+    // The port's drop counter outlives the deny-all filter, so that its count survives the port leaving
+    // source guard and coming back; adding a counter that is there already leaves it as it is.
+    const std::string counter = guardDropCounter(port);
+    const std::string creation =
+        change == Change::Add ? concat({"add counter ", kTable, " ", counter, "\n"}) : std::string();
+    return creation + element(change, "guarded_ports", quoted(port)) +
+           element(change, "guard_drop_counters", concat({quoted(port), " : ", quoted(counter)}));
+}
+
+std::string listCounters() {
+    return concat({"list counters table ", kTable, "\n"});
+}
+
+std::string resetCounters() {
+    return concat({"reset counters table ", kTable, "\n"});
+}
+
+std::map<std::string, uint64_t> packetsByCounter(std::string_view listing) {
+    // "counter NAME {" opens a counter, "packets N bytes M" holds its count.
+    std::map<std::string, uint64_t> packets;
+    std::string current;
+    std::istringstream lines{std::string(listing)};
+    for (std::string word; lines >> word;) {
+        if (word == "counter" && lines >> word) {
+            current = word;
+        } else if (word == "packets" && !current.empty() && lines >> word) {
+            packets[current] = std::strtoull(word.c_str(), nullptr, 10);
+            current.clear();
+        }
+    }
+    return packets;
 }
 
 std::string permitAddress(Change change, Ip6Address address) {

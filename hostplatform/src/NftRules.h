@@ -4,6 +4,7 @@
 // out. The rules never change after the table is made; only the sets do. Text only: NftFilterService runs it.
 
 #include <cstdint>
+#include <map>
 #include <optional>
 #include <span>
 #include <string>
@@ -29,8 +30,18 @@ std::string openTable(std::optional<std::string_view> bridge);
 std::string closeTable();
 
 // All IPv6 entering on the port is dropped, except what the permits, exempt VLANs and neighbour discovery
-// let through.
+// let through. What is dropped so is counted by the port's counter, which stays when the filter goes.
 std::string denyAllIp6(Change change, std::string_view port);
+
+// The counters of source guard's drops, one a port, named after the port's name in hexadecimal digits
+// (any interface name then makes a name nftables takes).
+inline constexpr std::string_view kGuardDropCounterPrefix = "guard_drop_";
+std::string guardDropCounter(std::string_view port);
+// The commands that list every counter of the table and set them back to 0, and the packets of each
+// counter in what the listing printed, by counter name.
+std::string listCounters();
+std::string resetCounters();
+std::map<std::string, uint64_t> packetsByCounter(std::string_view listing);
 
 // The forward filters. A zero MAC stands for no MAC: the element covers every source MAC.
 std::string permitAddress(Change change, Ip6Address address);

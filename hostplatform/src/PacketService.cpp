@@ -69,12 +69,14 @@ void deliverFrame(void * /*context*/, const ReceivedFrame &received) {
     auto &state = host();
     const auto portIndex = portOfInterface(state.bridge, received.ifindex);
     if (!portIndex || received.bytes.size() > kLargestFrame) {
+        ++state.framesNotHandedOver;
         return;
     }
     // What the bridge would not admit on this port is not the daemon's business either.
     const BridgePort &port = state.bridge.ports[*portIndex - 1];
     const uint16_t vlan = received.vlanTag.value_or(port.pvid);
     if (vlan == 0 || vlan > kHighestVlan || !port.vlans.test(vlan)) {
+        ++state.framesNotHandedOver;
         return;
     }
     const auto layout = platform_support::classifyFrame(received.bytes);
@@ -83,6 +85,7 @@ void deliverFrame(void * /*context*/, const ReceivedFrame &received) {
             return layout && platform_support::registrationMatches(r.descriptor, *layout);
         });
     if (registration == state.registrations.end()) {
+        ++state.framesNotHandedOver;
         return;
     }
     // The daemon is handed frames 2 bytes past a 4-byte boundary, so that the IP header behind a 14-byte

@@ -22,6 +22,7 @@
 #include <functional>
 #include <utility>
 
+#include "DropLog.h"
 #include "HostLifecycle.h"
 #include "HostState.h"
 #include "MgmtReplies.h"
@@ -149,6 +150,7 @@ void tick(HostState &state) {
     for (const auto &work : state.secondWork) {
         work();
     }
+    logUntoldDrops();
     state.mgmt.closeIdle(secondsNow());
 }
 
@@ -198,6 +200,8 @@ int32_t serveConnection(HostState &state, int connection, std::span<uint8_t> buf
     if (length < 0) {
         return 0;
     }
+    const auto user = state.mgmt.userOf(connection);
+    state.channel = user ? "ctl (uid " + std::to_string(*user) + ")" : "ctl";
     if (static_cast<size_t>(length) > state.request.size()) {
         answerOrDrop(state, connection, refusedReply(state.request));  // larger than any request can be
         return 0;

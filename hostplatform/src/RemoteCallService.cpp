@@ -5,8 +5,11 @@
 
 #include <cstdarg>
 #include <cstdio>
+#include <optional>
 
+#include "ConfigChangeLog.h"
 #include "HostState.h"
+#include "mgmt_protocol/CallShapes.h"
 #include "mgmt_protocol/WrapperTable.h"
 #include "platform/PlatformVariables.h"
 #include "platform/RmWrapApi.h"
@@ -51,6 +54,15 @@ int32_t smdCfgRmWrapProcess(void *message) {
         return mgmt::WrapperTable::kRefused;
     }
     // The message is the one vosMsgRecv has just put into the receive buffer.
-    return wrappers().serve(static_cast<uint8_t *>(message), hostplatform::host().lastRequestLength);
+    auto *bytes = static_cast<uint8_t *>(message);
+    const size_t length = hostplatform::host().lastRequestLength;
+    std::optional<hostplatform::ConfigChangeLog> change;
+    if (!hostplatform::host().listing) {
+        if (const auto call = mgmt::decodeRemoteCall({bytes, length});
+            call && !mgmt::callOnlyReads(call->callNumber)) {
+            change.emplace(hostplatform::host().channel, hostplatform::askedByCall(*call));
+        }
+    }
+    return wrappers().serve(bytes, length);
 }
 }

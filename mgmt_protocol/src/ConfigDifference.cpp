@@ -123,4 +123,36 @@ std::string configDifference(std::string_view current, std::string_view wanted) 
     return text;
 }
 
+std::string configChangeSummary(std::string_view before, std::string_view after) {
+    const auto had = entriesOf(before);
+    const auto has = entriesOf(after);
+    std::vector<Entry> changes;
+    for (const auto &entry : had) {
+        if (!contains(has, entry)) {
+            changes.emplace_back(entry.first, "-" + entry.second);
+        }
+    }
+    for (const auto &entry : has) {
+        if (!contains(had, entry)) {
+            changes.emplace_back(entry.first, "+" + entry.second);
+        }
+    }
+    std::stable_sort(changes.begin(), changes.end(),
+                     [](const Entry &a, const Entry &b) { return a.first < b.first; });
+    std::string summary;
+    for (size_t i = 0; i < changes.size(); ++i) {
+        const bool opensBlock = i == 0 || changes[i].first != changes[i - 1].first;
+        if (opensBlock && i != 0) {
+            summary += "; ";
+        } else if (i != 0) {
+            summary += ' ';
+        }
+        if (opensBlock && !changes[i].first.empty()) {
+            summary += changes[i].first + ": ";
+        }
+        summary += changes[i].second;
+    }
+    return summary;
+}
+
 }  // namespace mgmt

@@ -1,30 +1,11 @@
 #include "mgmt_protocol/ListRecords.h"
 
-#include <arpa/inet.h>
-
 #include <algorithm>
+
+#include "RecordBytes.h"
 
 namespace mgmt {
 namespace {
-
-void putBe32(Bytes &out, uint32_t value) {
-    for (const unsigned shift : {24U, 16U, 8U, 0U}) {
-        out.push_back(static_cast<uint8_t>(value >> shift));
-    }
-}
-
-void putBe16(Bytes &out, uint16_t value) {
-    out.push_back(static_cast<uint8_t>(value >> 8U));
-    out.push_back(static_cast<uint8_t>(value));
-}
-
-uint32_t be32(std::span<const uint8_t> bytes, size_t offset) {
-    return ntohl(loadAt<uint32_t>(bytes, offset));
-}
-
-uint16_t be16(std::span<const uint8_t> bytes, size_t offset) {
-    return ntohs(loadAt<uint16_t>(bytes, offset));
-}
 
 // Offsets inside a port record.
 constexpr size_t kTrustedOffset = 16;
@@ -87,7 +68,8 @@ Bytes encodeGlobal(const GlobalSettings &global) {
     Bytes data;
     data.push_back(global.snooping ? 1 : 0);
     data.push_back(global.fastRemove ? 1 : 0);
-    putBe16(data, 0);
+    data.push_back(global.trace ? 1 : 0);
+    data.push_back(0);
     putBe32(data, global.staticBindings);
     putOption(data, global.interfaceId);
     putOption(data, global.remoteId);
@@ -98,7 +80,7 @@ std::optional<GlobalSettings> decodeGlobal(std::span<const uint8_t> data) {
     if (kGlobalHeaderSize > data.size()) {
         return std::nullopt;
     }
-    GlobalSettings global{data[0] != 0, data[1] != 0, be32(data, 4), {}, {}};
+    GlobalSettings global{data[0] != 0, data[1] != 0, data[2] != 0, be32(data, 4), {}, {}};
     data = data.subspan(kGlobalHeaderSize);
     const auto interfaceId = takeOption(data);
     const auto remoteId = takeOption(data);

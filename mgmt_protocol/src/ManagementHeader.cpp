@@ -97,6 +97,16 @@ std::vector<uint8_t> clearClientsArgument(const ClientSelection &selection) {
     return argument;
 }
 
+ClientSelection clientSelectionOf(std::span<const uint8_t, kDeleteSelectorSize> argument) {
+    ClientSelection selection;
+    selection.kind = static_cast<ClearBy>(loadAt<uint32_t>(argument, kClearKindOffset));
+    selection.vlan = loadAt<uint32_t>(argument, kClearVlanOffset);
+    selection.port = loadAt<uint32_t>(argument, kClearPortOffset);
+    std::copy_n(argument.begin() + kClearAddressOffset, kAddressSize, selection.address.begin());
+    std::copy_n(argument.begin() + kClearMacOffset, kMacSize, selection.mac.begin());
+    return selection;
+}
+
 Bytes encodePlatformRequest(uint16_t type, std::string_view text) {
     return withText(type, 0, text);
 }

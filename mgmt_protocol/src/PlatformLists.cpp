@@ -79,7 +79,9 @@ std::optional<GlobalSettings> readGlobal(const ReadCall &read, const std::string
         return std::nullopt;
     }
     return GlobalSettings{loadAt<uint32_t>(info->arguments[0], 0) != 0,
-                          loadAt<uint32_t>(info->arguments[0], 4) != 0, wordAt(*count, 0),
+                          loadAt<uint32_t>(info->arguments[0], 4) != 0,
+                          /*trace=*/false,
+                          wordAt(*count, 0),
                           optionOf(record, kInterfaceIdFields, templateText(runningConfig, "interface-id")),
                           optionOf(record, kRemoteIdFields, templateText(runningConfig, "remote-id"))};
 }

@@ -20,7 +20,7 @@ namespace {
 using nlohmann::json;
 using ::testing::HasSubstr;
 using ::testing::Not;
-using namespace switchsim::dhcp6;  // NOLINT(google-build-using-namespace): the option builders
+using namespace switchsim::dhcp6;  // NOLINT(google-build-using-namespace): the message and option builders
 
 struct Outcome {
     int code = 0;
@@ -193,6 +193,9 @@ INSTANTIATE_TEST_SUITE_P(
         CommandCase{"ClearClientsOfAPort", {"clear", "clients", "port", "1/0/3"}, 0, "", ""},
         CommandCase{
             "ClearClientsOfAVlanOutsideTheRange", {"clear", "clients", "vlan", "4095"}, 2, "not a VLAN", ""},
+        CommandCase{
+            "StatisticsOfAPortThatIsNot", {"show", "statistics", "port", "1/0/99"}, 2, "no such port", ""},
+        CommandCase{"DebugTakesOnOrOff", {"debug", "maybe"}, 2, "debug takes on or off", ""},
         CommandCase{"JsonAnywhereAndUnknownOptionsRefused",
                     {"show", "ports", "--json=long"},
                     2,
@@ -207,6 +210,46 @@ TEST_F(CtlCommandsTest, ClearAndResetForgetWhatTheySay) {
     EXPECT_EQ(view("clients"), json::array());
     EXPECT_EQ(view("bindings"), json::array());
     EXPECT_THAT(runningConfig(), Not(HasSubstr("dhcpv6-snooping")));
+}
+
+TEST_F(CtlCommandsTest, StatisticsCountWhatTheSwitchSawAndClearToZero) {
+    serverSends(ADVERTISE, kClient, 5);
+    serverSends(ADVERTISE, kClient, 5);
+    const json all = keptView("statistics");
+    EXPECT_EQ(all["total"]["dropped"]["server_message_on_untrusted_port"], 2);
+    EXPECT_EQ(all["total"]["passed"]["request"], 1) << "the REQUEST of the set-up";
+    const json port5 = json::parse(run({"show", "statistics", "port", "1/0/5", "-j"}).out);
+    EXPECT_EQ(port5["dropped"]["server_message_on_untrusted_port"], 2);
+    EXPECT_EQ(port5["passed"]["request"], 0);
+    EXPECT_THAT(run({"show", "statistics", "port", "1/0/5"}).out,
+                HasSubstr("port 1/0/5\n  dropped: server message on untrusted port 2\n"));
+
+    EXPECT_EQ(run({"clear", "statistics"}).code, 0);
+    const json cleared = view("statistics");
+    json every = cleared["ports"];
+    every.push_back(cleared["total"]);
+    for (const auto &port : every) {
+        for (const auto &[group, counters] : port.items()) {
+            if (counters.is_object()) {
+                for (const auto &[key, value] : counters.items()) {
+                    EXPECT_EQ(value, 0) << port.value("name", "total") << " " << group << " " << key;
+                }
+            }
+        }
+    }
+    EXPECT_THAT(run({"show", "statistics"}).out, HasSubstr("every port\n  nothing counted\n"));
+}
+
+TEST_F(CtlCommandsTest, DebugSwitchesTheTraceAndGlobalSaysSo) {
+    EXPECT_EQ(run({"debug", "off"}).code, 0);
+    EXPECT_EQ(view("global")["trace"], false);
+    const size_t before = traces().size();
+    serverSends(ADVERTISE, kClient, 5);
+    EXPECT_EQ(traces().size(), before);
+    EXPECT_EQ(run({"debug", "on"}).code, 0);
+    EXPECT_THAT(run({"show", "global"}).out, HasSubstr("debug trace: on"));
+    serverSends(ADVERTISE, kClient, 5);
+    EXPECT_EQ(traces().size(), before + 1);
 }
 
 }  // namespace

@@ -1,11 +1,15 @@
 #include "SwitchsimTransport.h"
 
 #include "ClientListing.h"
+#include "StatisticsListing.h"
+#include "core/FrameStatistics.h"
 #include "core/MainLoop.h"
 #include "mgmt_protocol/ListRecords.h"
 #include "mgmt_protocol/PlatformLists.h"
+#include "mgmt_protocol/Statistics.h"
 #include "platform/PlatformVariables.h"
 #include "platform/SwitchHelperApi.h"
+#include "platform/SyslogApi.h"
 #include "switchsim/ConfigInterpreter.h"
 
 namespace ctltest {
@@ -20,6 +24,10 @@ std::vector<mgmt::NamedPort> switchPorts() {
     }
     return ports;
 }
+
+// The daemon's trace is its module's output at the debug level.
+constexpr uint32_t kTraceModule = 54;
+constexpr uint32_t kTraceLevel = 7;
 
 mgmt::Bytes withData(uint16_t type, int32_t result, const mgmt::Bytes &data) {
     return mgmt::encodePlatformReply(type, result,
@@ -66,7 +74,10 @@ mgmt::Bytes SwitchsimTransport::exchange(const mgmt::Bytes &request) {
         case mgmt::kGlobalMessage: {
             sw_.queueRunningConfigRequest(1U << 17U);
             serve();
-            const auto global = mgmt::readGlobal(read, sw_.runningConfigAnswers().back().text);
+            auto global = mgmt::readGlobal(read, sw_.runningConfigAnswers().back().text);
+            if (global) {
+                global->trace = syslogModuleSwitch(kTraceModule, kTraceLevel) != 0;
+            }
             return withData(type, global ? 0 : mgmt::kRefused,
                             global ? mgmt::encodeGlobal(*global) : mgmt::Bytes{});
         }
@@ -88,6 +99,15 @@ mgmt::Bytes SwitchsimTransport::exchange(const mgmt::Bytes &request) {
             }
             return mgmt::encodePlatformReply(type, static_cast<int32_t>(errors.size()), described);
         }
+        case mgmt::kStatisticsMessage:
+            return withData(type, 0, mgmt::encodeStatistics(listing::statistics(switchPorts())));
+        case mgmt::kClearStatisticsMessage:
+            dhcp6snoopingCountersClear();
+            return mgmt::encodePlatformReply(type, 0, "");
+        case mgmt::kTraceMessage:
+            sw_.setModuleLogLevel(kTraceModule,
+                                  text == std::string_view("\1", 1) ? kTraceLevel : kTraceLevel - 1);
+            return mgmt::encodePlatformReply(type, 0, "");
         default:
             return mgmt::encodePlatformReply(type, mgmt::kRefused, "");
     }

@@ -36,6 +36,7 @@ class Scenario:
         self.flood_tool = flood_tool
         self.socket = self.work / "mgmt.sock"
         self.database = self.work / "bindings"
+        self.metrics = self.work / "dhcp6snooping.prom"
         self.processes = {}
         self.failures = 0
 
@@ -122,9 +123,13 @@ class Scenario:
         # The trace costs a log line a frame, which the flood would measure; D6S_E2E_TRACE=on shows it.
         trace = os.environ.get("D6S_E2E_TRACE", "off")
         settings.write_text(f"bridge = br0\nsocket = {self.socket}\ntrace = {trace}\n"
-                            f"boot-config = {self.work / 'boot.conf'}\nbinding-database = {self.database}\n")
+                            f"boot-config = {self.work / 'boot.conf'}\nbinding-database = {self.database}\n"
+                            f"metrics-file = {self.metrics}\nmetrics-interval = 1\n")
+        # In a sanitizer build freed memory waits in AddressSanitizer's quarantine, 256 MB of it by default,
+        # before it is used again; a small one lets the memory check see the daemon's own use.
+        asan = ":".join(filter(None, (os.environ.get("ASAN_OPTIONS"), "quarantine_size_mb=8")))
         self.start("daemon", self.daemon_path, namespace="sw",
-                   env={**os.environ, "DHCP6SNOOPING_PLATFORM_CONF": str(settings)})
+                   env={**os.environ, "DHCP6SNOOPING_PLATFORM_CONF": str(settings), "ASAN_OPTIONS": asan})
         # A socket file that a killed daemon left behind answers nothing: ready is when the daemon answers.
         return self.wait_for(lambda: self.ctl("show", "global", check=False).returncode == 0, 10)
 
@@ -185,6 +190,7 @@ class Scenario:
         leaked = self.run("tshark", "-r", str(self.work / "c1.pcap"), "-Y", "dhcpv6 || udp || ipv6.fraghdr.offset == 0",
                           check=False).stdout
         self.check(leaked.strip() == "", "no rogue answer reaches the client, evasions included", leaked)
+        self.statistics_of_the_rogue()
 
         table = self.clients()
         c1_entry = table.get(self.mac("c1"), {})
@@ -210,6 +216,27 @@ class Scenario:
         rules = self.run("nft", "list", "tables", namespace="sw").stdout
         self.check("dhcp6snooping" not in rules, "stopping the daemon leaves no rule of its own", rules)
         return self.failures
+
+    def port_statistics(self, port):
+        return self.ctl("show", "statistics", "port", port, json_output=True)
+
+    def statistics_of_the_rogue(self):
+        """The rogue's answers are counted as dropped on its port, for the command line and in the metrics."""
+        swp4 = self.port_statistics("swp4")
+        self.check(swp4["dropped"]["server_message_on_untrusted_port"] > 0 and swp4["passed"]["advertise"] == 0,
+                   "show statistics counts the rogue's answers as dropped on swp4", json.dumps(swp4))
+        total = self.ctl("show", "statistics", json_output=True)["total"]
+        self.check(total["passed"]["reply"] > 0 and total["bindings"]["learned"] >= 2,
+                   "show statistics counts Kea's replies and the bindings learned", json.dumps(total))
+        rogue_line = 'dhcp6snooping_frames_dropped_total{port="swp4",reason="server_message_on_untrusted_port"}'
+        first = self.metrics.stat().st_ino if self.metrics.exists() else None
+        self.check(self.wait_for(lambda: self.metrics.exists() and self.metrics.stat().st_ino != first
+                                 and rogue_line in self.metrics.read_text(), 5),
+                   "the metrics file is replaced whole, not rewritten, and counts the rogue's answers",
+                   self.metrics.read_text() if self.metrics.exists() else "no file")
+        if Path("/usr/bin/promtool").exists():
+            checked = self.run("promtool", "check", "metrics", input=self.metrics.read_text(), check=False)
+            self.check(checked.returncode == 0, "promtool accepts the metrics file", checked.stdout + checked.stderr)
 
     def relay_options(self):
         """With options 18 and 37 on, a client's RENEW reaches the server carrying both, checksum good."""
@@ -242,6 +269,16 @@ class Scenario:
         blocked = self.run("ping", "-6", "-c", "2", "-W", "1", "-I", forged, SERVER_ADDRESS, namespace="c1", check=False)
         self.check(blocked.returncode != 0, "a forged source address on the guarded port is dropped", blocked.stdout)
         self.run("ip", "addr", "del", forged + "/128", "dev", "eth0", namespace="c1")
+        guarded = self.port_statistics("swp2")
+        self.check(guarded["source_guard_dropped"] >= 2, "show statistics counts the forged pings source guard dropped",
+                   json.dumps(guarded))
+        self.ctl("clear", "statistics")
+        cleared = self.ctl("show", "statistics", json_output=True)
+        counted = [value for port in cleared["ports"] + [cleared["total"]] for group in port.values()
+                   if isinstance(group, dict) for value in group.values()]
+        # The client's own link traffic (its multicast listener reports) may meet the guard again at once.
+        self.check(not any(counted) and self.port_statistics("swp2")["source_guard_dropped"] < guarded["source_guard_dropped"],
+                   "clear statistics sets every count back to 0, source guard's too", json.dumps(cleared))
 
     def pings_lost(self, source, during):
         """How many of the pings sent every 50 ms from `source` to the server, from a little before `during`
@@ -360,6 +397,13 @@ class Scenario:
         self.check(sent.returncode == 0, f"{count} SOLICITs from random MACs are replayed into swp4", sent.stderr)
         swp4 = next(p for p in self.ctl("show", "ports", json_output=True) if p["name"] == "swp4")
         self.check(swp4["clients"] == 64, "the port's client limit holds under the flood", swp4)
+        # What the receive ring could not hold never reached the daemon; the rest met the port's limit.
+        shown = self.ctl("show", "statistics", json_output=True)
+        limited = self.port_statistics("swp4")["dropped"]["port_limit"]
+        print(f"flood: {limited} SOLICITs dropped at the port limit, {shown['receive_ring_dropped']} by the ring",
+              flush=True)
+        self.check(limited > 0 and limited + shown["receive_ring_dropped"] >= count // 2,
+                   "show statistics counts the flood's SOLICITs dropped at the port limit", json.dumps(shown["total"]))
         self.check(confirmed == 0 and self.mac("c1") in self.clients(),
                    "the real client on swp2 keeps its lease through the flood", confirmed)
         print(f"flood: the daemon's resident memory {before} kB before, {after} kB after", flush=True)

@@ -198,7 +198,8 @@ std::string trimmed(const std::string &text) {
 
 // The daemon's table as nftables lists it, a line each, but with each set's elements one a line, named by
 // their set and sorted, so that two tables with the same rules and elements compare equal whatever order
-// nftables lists the elements in.
+// nftables lists the elements in. The drop counters are left out: a port's outlives its filters, so a table
+// made afresh lacks those of the ports no longer guarded.
 std::vector<std::string> tablePieces() {
     static constexpr std::string_view kElements = "elements = {";
     const std::unique_ptr<nft_ctx, ContextDeleter> context(nft_ctx_new(NFT_CTX_DEFAULT));
@@ -211,10 +212,18 @@ std::vector<std::string> tablePieces() {
     std::vector<std::string> elements;
     std::string set;
     bool inElements = false;
+    bool inCounter = false;
     std::istringstream lines(nft_ctx_get_output_buffer(context.get()));
     for (std::string text; std::getline(lines, text);) {
         std::string line = trimmed(text);
-        if (line.starts_with("set ")) {
+        if (line.starts_with("counter ") && line.ends_with('{')) {
+            inCounter = true;
+        }
+        if (inCounter || line.empty()) {
+            inCounter = inCounter && !line.ends_with('}');
+            continue;
+        }
+        if (line.starts_with("set ") || line.starts_with("map ")) {
             set = line.substr(4, line.find(' ', 4) - 4);
         }
         if (!inElements && line.starts_with(kElements)) {

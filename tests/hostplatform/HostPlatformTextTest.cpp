@@ -16,7 +16,8 @@ TEST(HostSettings, AFileSetsEveryKeyAndBadLinesAreNamed) {
     std::string error;
     const auto settings = parseSettings(
         "# the test bed\nbridge = sw0\n\nsocket=/tmp/s.sock  # ours\nsocket-group = netadm\ntrace = on\n"
-        "boot-config = /tmp/boot.conf\nbinding-database = /tmp/db\n",
+        "boot-config = /tmp/boot.conf\nbinding-database = /tmp/db\nmetrics-file = /tmp/m.prom\n"
+        "metrics-interval = 30\n",
         error);
     ASSERT_TRUE(settings) << error;
     EXPECT_EQ(settings->bridge, "sw0");
@@ -25,6 +26,8 @@ TEST(HostSettings, AFileSetsEveryKeyAndBadLinesAreNamed) {
     EXPECT_TRUE(settings->trace);
     EXPECT_EQ(settings->bootConfig, "/tmp/boot.conf");
     EXPECT_EQ(settings->bindingDatabase, "/tmp/db");
+    EXPECT_EQ(settings->metricsFile, "/tmp/m.prom");
+    EXPECT_EQ(settings->metricsInterval, 30U);
 
     const std::vector<std::pair<std::string, std::string>> refused = {
         {"bridge\n", "line 1: expected \"key = value\""},
@@ -33,6 +36,8 @@ TEST(HostSettings, AFileSetsEveryKeyAndBadLinesAreNamed) {
         {"socket = run/x.sock\n", "line 1: the socket path must be absolute"},
         {"binding-database = db\n", "line 1: the binding-database path must be absolute"},
         {"bridge =\n", "line 1: expected \"key = value\""},
+        {"metrics-interval = 0\n", "line 1: metrics-interval is a number of seconds from 1 to 3600"},
+        {"metrics-interval = 15s\n", "line 1: metrics-interval is a number of seconds from 1 to 3600"},
     };
     for (const auto &[text, reason] : refused) {
         EXPECT_FALSE(parseSettings(text, error)) << text;

@@ -14,11 +14,13 @@
 #include <cerrno>
 #include <cstring>
 #include <initializer_list>
+#include <map>
 #include <memory>
 #include <string>
 
 #include "FakeHostPorts.h"
 #include "NftFilterService.h"
+#include "NftRules.h"
 #include "platform/FrmApi.h"
 
 namespace {
@@ -110,6 +112,11 @@ int inFreshNamespace(std::string &report) {
         },
         report);
     expectCommitted(0, report);
+    // The guarded port's drop counter is there, at 0, and is read as the port's.
+    if (hostplatform::nftGuardDrops() !=
+        std::map<std::string, uint64_t>{{hostplatform::nft::guardDropCounter("port1"), 0}}) {
+        report += "port 1 has no drop counter of its own\n";
+    }
     for (const auto &element : kElements) {
         const auto set = listing(std::string("set bridge dhcp6snooping ") + element.set);
         if (set.find(element.text) == std::string::npos) {
@@ -147,11 +154,12 @@ int inFreshNamespace(std::string &report) {
     }
     // A turn whose transaction the kernel refuses (a name nftables cannot hold) still makes the changes it
     // can, and the record follows the kernel: what was refused cannot be taken out after.
+    // Its guarded-port element and its drop counter's are refused, each a change.
     hostplatform::renameFakePort(2, "a-name-too-long-for-nft");
     expectAnswers({{"long name guarded", FRM_OperatePortDenyAllIp6FilterResource(FILTER_OP_ENABLE, 2), true},
                    {"port 3 guarded", FRM_OperatePortDenyAllIp6FilterResource(FILTER_OP_ENABLE, 3), true}},
                   report);
-    expectCommitted(1, report);
+    expectCommitted(2, report);
     expectAnswers(
         {{"long name unguarded", FRM_OperatePortDenyAllIp6FilterResource(FILTER_OP_DISABLE, 2), false},
          {"port 3 unguarded", FRM_OperatePortDenyAllIp6FilterResource(FILTER_OP_DISABLE, 3), true}},

@@ -5,6 +5,7 @@
 #include <gmock/gmock.h>
 
 #include <array>
+#include <map>
 #include <sstream>
 #include <vector>
 
@@ -13,6 +14,7 @@
 namespace {
 
 using namespace hostplatform::nft;
+using ::testing::AnyOf;
 using ::testing::HasSubstr;
 using ::testing::Not;
 
@@ -34,10 +36,14 @@ struct Row {
 };
 
 const Row kRows[] = {
+    // The drop counter is named after the name's bytes in hexadecimal ("port1"), and stays behind.
     {"deny-all on", denyAllIp6(Change::Add, "port1"),
-     "add element bridge dhcp6snooping guarded_ports { \"port1\" }\n"},
+     "add counter bridge dhcp6snooping guard_drop_706f727431\n"
+     "add element bridge dhcp6snooping guarded_ports { \"port1\" }\n"
+     "add element bridge dhcp6snooping guard_drop_counters { \"port1\" : \"guard_drop_706f727431\" }\n"},
     {"deny-all off", denyAllIp6(Change::Delete, "port1"),
-     "delete element bridge dhcp6snooping guarded_ports { \"port1\" }\n"},
+     "delete element bridge dhcp6snooping guarded_ports { \"port1\" }\n"
+     "delete element bridge dhcp6snooping guard_drop_counters { \"port1\" : \"guard_drop_706f727431\" }\n"},
     {"kind 1 install", permitAddress(Change::Add, kAddress),
      "add element bridge dhcp6snooping permit_ip { 2001:db8::10 }\n"},
     {"kind 1 remove", permitAddress(Change::Delete, ip("fe80::1:2:3:4")),
@@ -89,11 +95,14 @@ TEST(NftRulesTest, EachRequestIsItsCommand) {
     }
 }
 
-// The set each line of a set command names as its fifth word ("add element bridge dhcp6snooping SET { .. }").
+// The set each element command names as its fifth word ("add element bridge dhcp6snooping SET { .. }").
 std::vector<std::string> setsNamed(const std::string &commands) {
     std::vector<std::string> sets;
     std::istringstream lines(commands);
     for (std::string line; std::getline(lines, line);) {
+        if (!elementLine(line)) {
+            continue;
+        }
         std::istringstream words(line);
         std::string word;
         for (int i = 0; i < 5; ++i) {
@@ -113,9 +122,25 @@ TEST(NftRulesTest, TheTableDefinesEverySetTheRequestsTouchAndRunsOnTheBridgeItIs
             continue;
         }
         for (const auto &set : setsNamed(row.command)) {
-            EXPECT_THAT(table, HasSubstr("\tset " + set + " { typeof ")) << row.request;
+            EXPECT_THAT(table, AnyOf(HasSubstr("\tset " + set + " { typeof "),
+                                     HasSubstr("\tmap " + set + " { type ")))
+                << row.request;
         }
     }
+}
+
+TEST(NftRulesTest, GuardDropsAreReadFromTheCountersListing) {
+    // As nftables prints "list counters table": counters of two ports, one never dropped anything.
+    const std::string listing =
+        "table bridge dhcp6snooping {\n"
+        "\tcounter guard_drop_706f727431 {\n\t\tpackets 3 bytes 342\n\t}\n\n"
+        "\tcounter guard_drop_706f727432 {\n\t\tpackets 0 bytes 0\n\t}\n}\n";
+    const std::map<std::string, uint64_t> expected = {{guardDropCounter("port1"), 3},
+                                                      {guardDropCounter("port2"), 0}};
+    EXPECT_EQ(packetsByCounter(listing), expected);
+    EXPECT_TRUE(packetsByCounter("").empty());
+    // Names that differ only where a counter name could not hold them still get counters of their own.
+    EXPECT_NE(guardDropCounter("eth0.10"), guardDropCounter("eth0_10"));
 }
 
 TEST(NftRulesTest, OnlyNamesThatStayInsideTheirQuotesFitACommand) {

@@ -6,9 +6,11 @@
 #include <gmock/gmock.h>
 
 #include "mgmt_protocol/CallShapes.h"
+#include "mgmt_protocol/ConfigDifference.h"
 #include "mgmt_protocol/ListRecords.h"
 #include "mgmt_protocol/ManagementHeader.h"
 #include "mgmt_protocol/RefusalText.h"
+#include "mgmt_protocol/Statistics.h"
 #include "mgmt_protocol/Vocabulary.h"
 #include "support/DaemonTest.h"
 #include "switchsim/ConfigInterpreter.h"
@@ -98,6 +100,47 @@ TEST(ManagementProtocol, ListsComeBackAsTheyWereWrittenInNetworkByteOrder) {
     mgmt::Bytes longName = portData;
     longName[17] = 17;
     EXPECT_EQ(mgmt::decodePortList(longName), std::nullopt);
+}
+
+TEST(ManagementProtocol, StatisticsComeBackWholeAndAreSummedOverThePorts) {
+    mgmt::Statistics statistics{1ULL << 40U, 3, {{0, "", 0, {}}, {7, "swp7", 9, {}}}};
+    statistics.ports[0].counters[static_cast<size_t>(mgmt::Counter::DroppedNotSnooped)] = 1;
+    statistics.ports[1].counters[static_cast<size_t>(mgmt::Counter::DroppedNotSnooped)] = 1ULL << 33U;
+    statistics.ports[1].counters.back() = 5;
+    const mgmt::Bytes data = mgmt::encodeStatistics(statistics);
+    EXPECT_EQ(mgmt::decodeStatistics(data), statistics);
+    const mgmt::PortStatistics total = mgmt::totalOf(statistics);
+    EXPECT_EQ(total.counters[static_cast<size_t>(mgmt::Counter::DroppedNotSnooped)], (1ULL << 33U) + 1);
+    EXPECT_EQ(total.guardDropped, 9U);
+    // Cut short, or counted by a build with other counters, they are no statistics.
+    EXPECT_EQ(mgmt::decodeStatistics(std::span(data).first(data.size() - 1)), std::nullopt);
+    mgmt::Bytes otherCounters = data;
+    ++otherCounters[3];
+    EXPECT_EQ(mgmt::decodeStatistics(otherCounters), std::nullopt);
+    EXPECT_EQ(mgmt::passedCounterOf(1), mgmt::Counter::PassedSolicit);
+    EXPECT_EQ(mgmt::passedCounterOf(13), mgmt::Counter::PassedRelayReply);
+    EXPECT_EQ(mgmt::passedCounterOf(14), std::nullopt);
+}
+
+TEST(ManagementProtocol, AChangeOfConfigurationIsSummedUpOnOneLine) {
+    const std::string before =
+        "dhcpv6-snooping\ninterface ethernet swp2\n dhcpv6-snooping max-clients 5\nexit\n";
+    const std::string after =
+        "dhcpv6-snooping\nipv6-source-guard bind ip 2001:db8::1\ninterface ethernet swp2\n"
+        " dhcpv6-snooping max-clients 10\nexit\n";
+    EXPECT_EQ(mgmt::configChangeSummary(before, after),
+              "+ipv6-source-guard bind ip 2001:db8::1; "
+              "interface ethernet swp2: -dhcpv6-snooping max-clients 5 +dhcpv6-snooping max-clients 10");
+    EXPECT_EQ(mgmt::configChangeSummary(after, after), "");
+    mgmt::ClientSelection byMac;
+    byMac.kind = mgmt::ClearBy::kMac;
+    byMac.mac = {2, 0, 0, 0, 0, 1};
+    const auto argument = mgmt::clearClientsArgument(byMac);
+    const auto back = mgmt::clientSelectionOf(std::span<const uint8_t, mgmt::kDeleteSelectorSize>(argument));
+    EXPECT_EQ(back.kind, mgmt::ClearBy::kMac);
+    EXPECT_EQ(back.mac, byMac.mac);
+    EXPECT_TRUE(mgmt::callOnlyReads(mgmt::kGlobalInfoGet));
+    EXPECT_FALSE(mgmt::callOnlyReads(mgmt::kDeleteClients));
 }
 
 TEST(Vocabulary, AMacReadsBackAsItIsWrittenAndNoOtherFormIsTaken) {

@@ -3,6 +3,7 @@
 // write, and what the platform lets through to them. The daemon's own call table is checked against this
 // one when it is compiled.
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <span>
@@ -103,6 +104,15 @@ constexpr const CallShape *callShape(uint32_t number) {
                : nullptr;
 }
 
+// True for a call that only reads: it changes neither a setting nor a client.
+constexpr bool callOnlyReads(uint32_t number) {
+    constexpr std::array kReading = {
+        kBindingCount,      kCheckBinding,     kGetGuardMode, kClientWalk,    kPortMaxClientsGet,
+        kVlanMaxClientsGet, kBindingByAddress, kPortTrustGet, kGlobalInfoGet, kExemptVlanGet,
+        kBindingPage,       kExemptVlansGet,   kInfoOptionGet};
+    return std::find(kReading.begin(), kReading.end(), number) != kReading.end();
+}
+
 // The settings record of options 18 and 37 as its two calls carry it: which fields a set takes, and where
 // the fields of each option lie in the record.
 enum class OptionSelect : uint32_t {
@@ -148,7 +158,8 @@ struct ClientSelection {
     std::array<uint8_t, kMacSize> mac{};
 };
 
-// The selection in the call's argument layout, in this processor's byte order.
+// The selection in the call's argument layout, in this processor's byte order, and back.
 std::vector<uint8_t> clearClientsArgument(const ClientSelection &selection);
+ClientSelection clientSelectionOf(std::span<const uint8_t, kDeleteSelectorSize> argument);
 
 }  // namespace mgmt

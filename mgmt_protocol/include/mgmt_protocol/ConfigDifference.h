@@ -18,4 +18,10 @@ std::optional<std::string> undoingLine(std::string_view line, bool inBlock);
 // without their indentation, blank lines and "!" comments.
 std::string configDifference(std::string_view current, std::string_view wanted);
 
+// What differs between two running configurations, on one line for a log: each line `before` has and
+// `after` lacks with "-" before it, each line `after` adds with "+", grouped by block as
+// "interface ethernet swp1: -dhcpv6-snooping max-clients 5 +dhcpv6-snooping max-clients 10", the groups
+// (global lines first) separated by "; ". Empty when nothing differs.
+std::string configChangeSummary(std::string_view before, std::string_view after);
+
 }  // namespace mgmt

@@ -13,11 +13,11 @@
 // client: 6 bytes of MAC, u8 1 while it waits for its REPLY, u8 address count, u32 VLAN, u32 port, and per
 // address 16 bytes of address, u32 prefix length, u32 seconds of valid lifetime left.
 //
-// The global settings (type 13) come as u8 snooping on, u8 fast removal at port down, u16 zero, u32 static
-// bindings, then for option 18 and then option 37: u8 enabled, u8 format, u16 length and the value as
-// text (the address, the string or the template). The static bindings (type 14) come as 32-byte records:
-// 16 bytes of address, 6 bytes of MAC (zero: none), u16 zero, u32 port (0: every port), u32 VLAN (0: none);
-// the exempt VLANs (type 15) as one u16 each.
+// The global settings (type 13) come as u8 snooping on, u8 fast removal at port down, u8 trace on, u8 zero,
+// u32 static bindings, then for option 18 and then option 37: u8 enabled, u8 format, u16 length and the
+// value as text (the address, the string or the template). The static bindings (type 14) come as 32-byte
+// records: 16 bytes of address, 6 bytes of MAC (zero: none), u16 zero, u32 port (0: every port), u32 VLAN (0:
+// none); the exempt VLANs (type 15) as one u16 each.
 
 #include <array>
 #include <cstddef>
@@ -105,6 +105,7 @@ struct OptionSettings {
 struct GlobalSettings {
     bool snooping = false;
     bool fastRemove = false;
+    bool trace = false;  // the platform's: the daemon's trace lines reach the log
     uint32_t staticBindings = 0;
     OptionSettings interfaceId;
     OptionSettings remoteId;
