@@ -82,7 +82,9 @@ void answerStatisticsRequests() {
     });
     hostplatform::answerRequest(mgmt::kClearStatisticsMessage, [](std::span<const uint8_t>) {
         hoststats::clear();
-        hostplatform::logLine(LOG_NOTICE, "the statistics cleared");
+        hostplatform::logLine(
+            LOG_NOTICE,
+            std::string("the statistics cleared through ").append(hostplatform::requestChannel()));
         return mgmt::Bytes{};
     });
 }

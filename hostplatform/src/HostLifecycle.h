@@ -32,6 +32,8 @@ void onHangup(std::function<void()> work);
 // daemon's thread and without a trace line: a list that only the executable can read.
 using RequestAnswer = std::function<std::vector<uint8_t>(std::span<const uint8_t> request)>;
 void answerRequest(uint16_t type, RequestAnswer answer);
+// Who sent the request being answered, as the logs name it: "ctl (uid 0)".
+const std::string &requestChannel();
 
 // Puts the filters asked for so far in force, then tells systemd, when it started the daemon, that the
 // daemon is ready.

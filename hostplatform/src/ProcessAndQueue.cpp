@@ -260,6 +260,10 @@ void answerRequest(uint16_t type, RequestAnswer answer) {
     host().requestAnswers[type] = std::move(answer);
 }
 
+const std::string &requestChannel() {
+    return host().channel;
+}
+
 void reportReady() {
     commitFilters();
     sd_notify(0, "READY=1");
