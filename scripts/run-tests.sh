@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Installs what is needed, then checks the formatting, builds the project plainly and with the
-# sanitizers, runs every test in both builds, runs the fuzz targets for a bounded time, and runs
-# clang-tidy.
+# sanitizers, runs every test in both builds, runs the fuzz targets for a bounded time, runs clang-tidy,
+# and builds the Debian package, installs it, runs it and purges it.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -14,3 +14,5 @@ ctest --test-dir build --output-on-failure -j "$(nproc)"
 ctest --test-dir build-sanitize --output-on-failure -j "$(nproc)"
 scripts/run-fuzz.sh
 scripts/check-tidy.sh
+scripts/build-deb.sh
+scripts/test-deb.sh

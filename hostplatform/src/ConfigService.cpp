@@ -109,7 +109,9 @@ std::vector<mgmt::ConfigLineError> checkConfigText(std::string_view text, bool f
         // its filters or any clean-up that would touch what the daemon holds.
         close(channel[0]);
         host().quiet = true;
-        std::freopen("/dev/null", "w", stderr);
+        // Should /dev/null not open, standard error stays as it was; the copy writes nothing there anyway.
+        FILE *const silenced = std::freopen("/dev/null", "w", stderr);
+        static_cast<void>(silenced);
         if (fromDefaults) {
             callInProcess(mgmt::kResetConfig, {});
         }
