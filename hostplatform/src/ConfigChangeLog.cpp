@@ -4,6 +4,7 @@
 #include <syslog.h>
 
 #include "ConfigService.h"
+#include "HostFacts.h"
 #include "HostState.h"
 #include "mgmt_protocol/CallShapes.h"
 #include "mgmt_protocol/ConfigDifference.h"
@@ -21,9 +22,8 @@ int &openChanges() {
 }
 
 std::string portText(uint32_t port) {
-    const auto &ports = host().bridge.ports;
-    return port >= 1 && port <= ports.size() && !ports[port - 1].name.empty() ? ports[port - 1].name
-                                                                              : std::to_string(port);
+    const std::string_view name = portNameOf(port);
+    return name.empty() ? std::to_string(port) : std::string(name);
 }
 
 std::string clearedClients(const mgmt::ClientSelection &selection) {

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 
+#include "HostFacts.h"
 #include "HostState.h"
 #include "mgmt_protocol/Vocabulary.h"
 #include "platform/VosApi.h"
@@ -61,9 +62,8 @@ std::vector<std::string> DropLog::untold() {
 }
 
 void logDrop(const DroppedFrame &frame) {
-    const auto &ports = host().bridge.ports;
-    const std::string_view portName =
-        frame.port >= 1 && frame.port <= ports.size() ? std::string_view(ports[frame.port - 1].name) : "none";
+    const std::string_view known = portNameOf(frame.port);
+    const std::string_view portName = known.empty() ? "none" : known;
     if (const auto line = platformDropLog().note(frame, portName, vosUpSeconds())) {
         logLine(LOG_INFO, *line);
     }

@@ -17,6 +17,11 @@ std::vector<mgmt::NamedPort> bridgePorts() {
     return named;
 }
 
+std::string_view portNameOf(uint32_t port) {
+    const auto &ports = host().bridge.ports;
+    return port >= 1 && port <= ports.size() ? std::string_view(ports[port - 1].name) : std::string_view();
+}
+
 GuardDrops::GuardDrops() : byCounter_(nftGuardDrops()) {}
 
 uint64_t GuardDrops::onPort(const std::string &name) const {

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <map>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "mgmt_protocol/PlatformLists.h"
@@ -13,6 +14,8 @@ namespace hostplatform {
 
 // The ports of the bridge, by number; a port that has left the bridge is not listed.
 std::vector<mgmt::NamedPort> bridgePorts();
+// The name of port `port`; empty for a number the bridge never gave.
+std::string_view portNameOf(uint32_t port);
 
 // The frames source guard dropped on each port since the counts were last cleared: read from the kernel
 // once, then looked up by port name.

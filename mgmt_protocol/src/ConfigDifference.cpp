@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -65,6 +66,14 @@ bool contains(const std::vector<Entry> &entries, const Entry &entry) {
     return std::find(entries.begin(), entries.end(), entry) != entries.end();
 }
 
+// The entries of `entries` that `others` lacks, in their order.
+std::vector<Entry> missingFrom(const std::vector<Entry> &entries, const std::vector<Entry> &others) {
+    std::vector<Entry> missing;
+    std::copy_if(entries.begin(), entries.end(), std::back_inserter(missing),
+                 [&others](const Entry &entry) { return !contains(others, entry); });
+    return missing;
+}
+
 }  // namespace
 
 std::optional<std::string> undoingLine(std::string_view line, bool inBlock) {
@@ -107,16 +116,12 @@ std::string configDifference(std::string_view current, std::string_view wanted) 
     const auto have = entriesOf(current);
     const auto want = entriesOf(wanted);
     std::vector<Entry> undo;
-    for (const auto &entry : have) {
-        if (!contains(want, entry)) {
-            if (auto line = undoingLine(entry.second, !entry.first.empty())) {
-                undo.emplace_back(entry.first, std::move(*line));
-            }
+    for (const auto &entry : missingFrom(have, want)) {
+        if (auto line = undoingLine(entry.second, !entry.first.empty())) {
+            undo.emplace_back(entry.first, std::move(*line));
         }
     }
-    std::vector<Entry> add;
-    std::copy_if(want.begin(), want.end(), std::back_inserter(add),
-                 [&have](const Entry &entry) { return !contains(have, entry); });
+    const std::vector<Entry> add = missingFrom(want, have);
     std::string text;
     write(undo, text);
     write(add, text);
@@ -127,14 +132,9 @@ std::string configChangeSummary(std::string_view before, std::string_view after)
     const auto had = entriesOf(before);
     const auto has = entriesOf(after);
     std::vector<Entry> changes;
-    for (const auto &entry : had) {
-        if (!contains(has, entry)) {
-            changes.emplace_back(entry.first, "-" + entry.second);
-        }
-    }
-    for (const auto &entry : has) {
-        if (!contains(had, entry)) {
-            changes.emplace_back(entry.first, "+" + entry.second);
+    for (const auto &[entries, others, sign] : {std::tuple(&had, &has, "-"), std::tuple(&has, &had, "+")}) {
+        for (const auto &[block, line] : missingFrom(*entries, *others)) {
+            changes.emplace_back(block, sign + line);
         }
     }
     std::stable_sort(changes.begin(), changes.end(),

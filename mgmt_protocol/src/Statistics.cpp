@@ -11,7 +11,7 @@ constexpr size_t kReplyHeaderSize = 24;
 constexpr size_t kRecordHeaderSize = 32;
 constexpr size_t kNameLengthOffset = 4;
 constexpr size_t kNameOffset = 8;
-constexpr size_t kGuardDroppedOffset = kNameOffset + kStatisticsNameSize;
+constexpr size_t kGuardDroppedOffset = kNameOffset + kPortNameSize;
 static_assert(kGuardDroppedOffset + sizeof(uint64_t) == kRecordHeaderSize);
 constexpr size_t kRecordSize = kRecordHeaderSize + kCounterCount * sizeof(uint64_t);
 
@@ -25,11 +25,11 @@ Bytes encodeStatistics(const Statistics &statistics) {
     putBe64(data, statistics.ringDropped);
     putBe64(data, statistics.notHandedOver);
     for (const PortStatistics &port : statistics.ports) {
-        const size_t nameLength = std::min(port.name.size(), kStatisticsNameSize);
+        const size_t nameLength = std::min(port.name.size(), kPortNameSize);
         putBe32(data, port.port);
         putBe32(data, static_cast<uint32_t>(nameLength) << 24U);
         data.insert(data.end(), port.name.begin(), port.name.begin() + static_cast<long>(nameLength));
-        data.resize(data.size() + kStatisticsNameSize - nameLength);
+        data.resize(data.size() + kPortNameSize - nameLength);
         putBe64(data, port.guardDropped);
         for (const uint64_t value : port.counters) {
             putBe64(data, value);
@@ -48,7 +48,7 @@ std::optional<Statistics> decodeStatistics(std::span<const uint8_t> data) {
         PortStatistics port;
         port.port = be32(data, 0);
         const size_t nameLength = data[kNameLengthOffset];
-        if (nameLength > kStatisticsNameSize) {
+        if (nameLength > kPortNameSize) {
             return std::nullopt;
         }
         port.name.assign(data.begin() + kNameOffset,

@@ -19,6 +19,7 @@
 #include <string_view>
 #include <vector>
 
+#include "mgmt_protocol/ListRecords.h"
 #include "mgmt_protocol/ManagementHeader.h"
 
 namespace mgmt {
@@ -148,7 +149,7 @@ using CounterValues = std::array<uint64_t, kCounterCount>;
 
 struct PortStatistics {
     uint32_t port = 0;  // 0: frames of no port the daemon knows
-    std::string name;   // at most kStatisticsNameSize bytes
+    std::string name;   // at most kPortNameSize bytes
     uint64_t guardDropped = 0;
     CounterValues counters{};
 
@@ -162,8 +163,6 @@ struct Statistics {
 
     bool operator==(const Statistics &) const = default;
 };
-
-inline constexpr size_t kStatisticsNameSize = 16;
 
 Bytes encodeStatistics(const Statistics &statistics);
 // Nothing when the data is cut short, or its counter count is not this build's.
