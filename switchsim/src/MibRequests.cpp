@@ -1,165 +1,30 @@
-// The requests a manager sends to the switch's MIB agent, each turned into calls of the registered module's
-// handlers the way the agent serves a get, a get-next or a set.
+// The requests a manager sends to the switch's MIB agent, served by the MIB engine on the module the
+// daemon registered.
 
-#include <algorithm>
-#include <array>
-#include <cstdio>
-#include <iterator>
-#include <string>
-#include <utility>
-
-#include "MibModule.h"
 #include "SimState.h"
 #include "switchsim/MibAgent.h"
 
 namespace switchsim {
 namespace {
 
-using ObjectMap = std::map<Oid, RegisteredObject>;
-
 // The module the switch serves. `sw` is the one switch that exists, whose state the platform calls act on.
-const MibModule &moduleOf(const Switch & /*sw*/) {
-    static const MibModule kNoModule;
+const mibengine::MibModule &moduleOf(const Switch & /*sw*/) {
+    static const mibengine::MibModule kNoModule;
     const auto &module = activeSim().mibModule;
     return module != nullptr ? *module : kNoModule;
 }
 
-// The object whose OID is a prefix of `oid`. As no object's OID prefixes another's, only the last object
-// not after `oid` can be it.
-ObjectMap::const_iterator objectNamed(const ObjectMap &objects, const Oid &oid) {
-    const auto after = objects.upper_bound(oid);
-    if (after == objects.begin()) {
-        return objects.end();
-    }
-    const auto candidate = std::prev(after);
-    return isOidPrefix(candidate->first, oid) ? candidate : objects.end();
-}
-
-// One call of the object's handler with an instance of at most 32 arcs, as the agent makes every request.
-MibResult callHandler(const ObjectMap::value_type &entry, uint32_t mode, const Oid &instance,
-                      const MibValue &value) {
-    const auto &[oid, object] = entry;
-    std::array<uint32_t, kMibOidCapacity> index{};
-    std::ranges::copy(instance, index.begin());
-    MibRequestContext context(value.carriedBytes());
-    MibRequest request{.index = index.data(),
-                       .indexLength = static_cast<uint32_t>(instance.size()),
-                       .tableIndexLength = object.group->instanceLength,
-                       .valueLength = value.length(),
-                       .objectId = object.object->objectId,
-                       .agent = &context};
-    const uint32_t code = object.object->handler(mode, &request);
-    if (request.indexLength > kMibOidCapacity) {
-        mibContractBroken("a MIB handler left an instance of more than 32 sub-identifiers in its request");
-    }
-    Oid addressed = oid;
-    addressed.insert(addressed.end(), index.begin(), index.begin() + request.indexLength);
-    return {code, std::move(addressed), std::move(context.answer)};
-}
-
-MibResult serve(const MibModule &module, uint32_t mode, const Oid &oid, const MibValue &value) {
-    const auto named = objectNamed(module.objects, oid);
-    if (named == module.objects.end()) {
-        return {kMibNoSuchObject, oid, {}};
-    }
-    const Oid instance(oid.begin() + static_cast<ptrdiff_t>(named->first.size()), oid.end());
-    if (instance.size() > kMibOidCapacity) {
-        return {kMibNoSuchInstance, oid, {}};
-    }
-    return callHandler(*named, mode, instance, value);
-}
-
-MibResult getNext(const MibModule &module, const Oid &oid) {
-    const ObjectMap &objects = module.objects;
-    auto at = objectNamed(objects, oid);
-    Oid instance;
-    if (at != objects.end()) {
-        const auto first = oid.begin() + static_cast<ptrdiff_t>(at->first.size());
-        instance.assign(first, first + std::min<ptrdiff_t>(oid.end() - first, kMibOidCapacity));
-    } else {
-        at = objects.lower_bound(oid);
-    }
-    for (; at != objects.end(); ++at) {
-        MibResult result = callHandler(*at, MIB_MODE_GET_NEXT, instance, {});
-        if (result.code != kMibNoNextInstance) {
-            if (result.code == kMibNoError && result.oid <= oid) {
-                mibContractBroken("a MIB handler answered a get-next with an OID not after the one asked");
-            }
-            return result;
-        }
-        instance.clear();
-    }
-    return {kMibEndOfModule, oid, {}};
-}
-
-std::string oidText(const Oid &oid) {
-    std::string text;
-    for (const uint32_t arc : oid) {
-        text += text.empty() ? "" : ".";
-        text += std::to_string(arc);
-    }
-    return text;
-}
-
-std::string octetsText(const Bytes &octets) {
-    if (std::ranges::all_of(octets, [](uint8_t byte) { return byte >= 0x20 && byte < 0x7f; })) {
-        return '"' + std::string(octets.begin(), octets.end()) + '"';
-    }
-    std::string text;
-    for (const uint8_t byte : octets) {
-        std::array<char, 4> hex{};
-        std::snprintf(hex.data(), hex.size(), "%s%02x", text.empty() ? "" : ":", byte);
-        text += hex.data();
-    }
-    return text;
-}
-
-std::string valueText(const MibValue &value) {
-    if (const auto *integer = std::get_if<uint32_t>(&value.content())) {
-        return std::to_string(*integer);
-    }
-    if (const auto *octets = std::get_if<Bytes>(&value.content())) {
-        return octetsText(*octets);
-    }
-    return "null";
-}
-
 }  // namespace
 
-MibValue MibValue::integer(uint32_t value, uint32_t carriedLength) {
-    return {value, carriedLength};
-}
-
-MibValue MibValue::octets(Bytes octets) {
-    const auto length = static_cast<uint32_t>(octets.size());
-    return {std::move(octets), length};
-}
-
-MibValue MibValue::text(std::string_view text) {
-    return octets(Bytes(text.begin(), text.end()));
-}
-
-Bytes MibValue::carriedBytes() const {
-    if (const auto *octets = std::get_if<Bytes>(&content_)) {
-        return *octets;
-    }
-    Bytes bytes(length_);
-    uint32_t rest = std::holds_alternative<uint32_t>(content_) ? std::get<uint32_t>(content_) : 0;
-    for (auto byte = bytes.rbegin(); byte != bytes.rend() && rest != 0; ++byte, rest >>= 8U) {
-        *byte = static_cast<uint8_t>(rest);
-    }
-    return bytes;
-}
-
 MibResult mibRequest(Switch &sw, uint32_t mode, const Oid &oid, const MibValue &value) {
-    return serve(moduleOf(sw), mode, oid, value);
+    return mibengine::serve(moduleOf(sw), mode, oid, value);
 }
 
 std::vector<MibResult> mibGet(Switch &sw, const std::vector<Oid> &oids) {
     std::vector<MibResult> results;
     results.reserve(oids.size());
     for (const Oid &oid : oids) {
-        results.push_back(serve(moduleOf(sw), MIB_MODE_GET, oid, {}));
+        results.push_back(mibengine::serve(moduleOf(sw), MIB_MODE_GET, oid));
     }
     return results;
 }
@@ -168,35 +33,21 @@ std::vector<MibResult> mibGetNext(Switch &sw, const std::vector<Oid> &oids) {
     std::vector<MibResult> results;
     results.reserve(oids.size());
     for (const Oid &oid : oids) {
-        results.push_back(getNext(moduleOf(sw), oid));
+        results.push_back(mibengine::getNext(moduleOf(sw), oid));
     }
     return results;
 }
 
 MibSetResult mibSet(Switch &sw, const std::vector<MibVarBind> &varBinds) {
-    for (const uint32_t mode : {MIB_MODE_TEST, MIB_MODE_SET}) {
-        for (size_t position = 0; position < varBinds.size(); ++position) {
-            const uint32_t code =
-                serve(moduleOf(sw), mode, varBinds[position].oid, varBinds[position].value).code;
-            if (code != kMibNoError) {
-                return {code, position};
-            }
-        }
-    }
-    return {};
+    return mibengine::set(moduleOf(sw), varBinds);
 }
 
 std::vector<MibVarBind> mibWalk(Switch &sw) {
-    std::vector<MibVarBind> varBinds;
-    for (MibResult result = getNext(moduleOf(sw), {}); result.code == kMibNoError;
-         result = getNext(moduleOf(sw), result.oid)) {
-        varBinds.push_back({result.oid, result.value});
-    }
-    return varBinds;
+    return mibengine::walk(moduleOf(sw));
 }
 
 std::string mibVarBindText(const MibVarBind &varBind) {
-    return oidText(varBind.oid) + " = " + valueText(varBind.value);
+    return mibengine::varBindText(varBind);
 }
 
 }  // namespace switchsim

@@ -17,6 +17,7 @@
 #include "platform/RmWrapApi.h"
 #include "platform/SmdPacketApi.h"
 #include "platform/VosApi.h"
+#include "platform_support/MibEngine.h"
 #include "switchsim/Switch.h"
 
 namespace switchsim {
@@ -180,8 +181,8 @@ struct SimState {
     std::vector<SyslogLine> syslog;
     std::vector<RunningConfigAnswer> runningConfigAnswers;
 
-    // The MIB agent's registered module (MibModule.h); none until the daemon registers one.
-    std::shared_ptr<struct MibModule> mibModule;
+    // The MIB agent's registered module; none until the daemon registers one.
+    std::shared_ptr<const mibengine::MibModule> mibModule;
 };
 
 // The state of the Switch that exists now; a platform call made without one is a broken test and aborts.

@@ -1,128 +1,39 @@
 #pragma once
 // The switch's MIB agent as a manager reaches it: requests for the objects of the module registered with
-// ccdModuleRegister (platform/CcdApi.h), served by the module's handlers.
+// ccdModuleRegister (platform/CcdApi.h), served by the module's handlers through the MIB engine
+// (platform_support/MibEngine.h), which says how each kind of request is served.
 //
-// A request is served at once, on the caller's thread: the agent finds the object, builds the request and
-// calls the object's handler before returning. In the tests that thread is the daemon's own, between the
-// events it takes, so a handler sees the daemon's state as the events taken so far left it, as it would on
-// the switch, where the agent calls into the process between its messages.
+// A request is served at once, on the caller's thread. In the tests that thread is the daemon's own,
+// between the events it takes, so a handler sees the daemon's state as the events taken so far left it, as it
+// would on the switch, where the agent calls into the process between its messages.
 //
 // The switch serves the one module of its process; registering again, as a restarted daemon does,
 // replaces it. With no module registered, no OID names an object.
 
-#include <cstddef>
 #include <cstdint>
 #include <string>
-#include <string_view>
-#include <utility>
-#include <variant>
 #include <vector>
 
+#include "platform_support/MibEngine.h"
 #include "switchsim/Observations.h"
 #include "switchsim/Switch.h"
 
 namespace switchsim {
 
-using Oid = std::vector<uint32_t>;
+using mibengine::MibResult;
+using mibengine::MibSetResult;
+using mibengine::MibValue;
+using mibengine::MibVarBind;
+using mibengine::Oid;
+using enum mibengine::MibError;
 
-// The codes the agent hands its handlers to answer with (the ccdError calls), and the agent's own. They are
-// distinct, so that a result tells which one a handler gave.
-enum MibError : uint32_t {
-    kMibNoError = 0,
-    kMibNoSuchInstance,  // ccdErrorNoSuchInstance; also the agent's own for an instance of over 32 arcs
-    kMibNoNextInstance,  // ccdErrorNoNextInstance: no instance of the object after the one given
-    kMibWrongValue,
-    kMibInvalidRange,
-    kMibInvalidLength,
-    kMibTooBig,
-    kMibResourceUnavailable,
-    kMibCommitFailed,
-    // ccdErrorRequestMap(mode): a request of that mode failed.
-    kMibGetNextFailed,
-    kMibGetFailed,
-    kMibTestFailed,
-    kMibSetFailed,
-    kMibRequestFailed,  // a request of any other mode
-    // The agent's own, given without any handler being called.
-    kMibNoSuchObject,  // the OID names no object of the module
-    kMibEndOfModule,   // a get-next found no instance after the OID in the whole module
-};
-
-// A value as a request carries it: nothing (a get's), an unsigned 32-bit integer, or octets, with the
-// number of bytes the request carries.
-class MibValue {
-  public:
-    using Content = std::variant<std::monostate, uint32_t, Bytes>;
-
-    MibValue() = default;
-    // An integer is carried in 4 bytes; another length shows a handler a manager that encodes it
-    // otherwise (8 bytes, as a 64-bit one does).
-    static MibValue integer(uint32_t value, uint32_t carriedLength = 4);
-    static MibValue octets(Bytes octets);
-    static MibValue text(std::string_view text);
-
-    [[nodiscard]] const Content &content() const { return content_; }
-    [[nodiscard]] uint32_t length() const { return length_; }
-    // The bytes a handler reads with octetGet: the octets, or the integer in network order, right-aligned
-    // in the length carried (zeros before it, or only its low bytes when the length is under 4).
-    [[nodiscard]] Bytes carriedBytes() const;
-
-    bool operator==(const MibValue &) const = default;
-
-  private:
-    MibValue(Content content, uint32_t length) : content_(std::move(content)), length_(length) {}
-
-    Content content_;
-    uint32_t length_ = 0;
-};
-
-struct MibVarBind {
-    Oid oid;
-    MibValue value;
-    bool operator==(const MibVarBind &) const = default;
-};
-
-// What one request came to.
-struct MibResult {
-    uint32_t code = kMibNoError;  // the handler's result, or the agent's own code (MibError)
-    Oid oid;                      // the object's OID and the instance the handler left in the request
-    MibValue value;               // the answer set with ulongSet or octetSet; nothing when none was
-    bool operator==(const MibResult &) const = default;
-};
-
-struct MibSetResult {
-    uint32_t code = kMibNoError;  // the first failure's code
-    size_t failedVarBind = 0;     // the failing var-bind's position in the request, from 0
-    bool operator==(const MibSetResult &) const = default;
-};
-
-// One call of a handler, in any mode: the object is the one whose OID is a prefix of `oid`, and the arcs
-// after it are the instance. The request's index holds the instance in 32 zero-filled sub-identifiers,
-// its indexLength is the instance's arcs, its tableIndexLength the arcs of one instance of the object's
-// group and its valueLength the length of `value`. The OID of the result is what the request addresses
-// after the handler: the object's OID followed by index[0..indexLength). An OID that names no object
-// answers kMibNoSuchObject, and an instance of over 32 arcs kMibNoSuchInstance, with no handler called.
+// Each call serves the module the daemon registered on `sw` as its namesake of the engine does.
 MibResult mibRequest(Switch &sw, uint32_t mode, const Oid &oid, const MibValue &value = {});
-
 // Each OID as a get serves it: mibRequest in MIB_MODE_GET.
 std::vector<MibResult> mibGet(Switch &sw, const std::vector<Oid> &oids);
-// Each OID as a get-next serves it: from the object the OID names, with its instance, or else from the next
-// object in OID order with no instance, the handler is called in MIB_MODE_GET_NEXT; on kMibNoNextInstance
-// the next object is asked, with no instance, until one answers or the module ends (kMibEndOfModule, with
-// the OID asked). An instance of over 32 arcs is cut to 32: every instance after the cut one is after the
-// OID asked too.
-// A handler that answers 0 with an OID not after the one asked would send a manager's walk round in
-// circles: the process prints what happened on standard error and aborts, as a sanitizer does. So does a
-// handler that leaves an indexLength over 32, in any request.
 std::vector<MibResult> mibGetNext(Switch &sw, const std::vector<Oid> &oids);
-// A set: a test pass (MIB_MODE_TEST) over every var-bind in order, which stops at the first failure; only
-// when every test passed, the set pass (MIB_MODE_SET) in the same order, which stops at its first failure.
 MibSetResult mibSet(Switch &sw, const std::vector<MibVarBind> &varBinds);
-// The whole module, by get-next from the empty OID until the module ends or a handler fails.
 std::vector<MibVarBind> mibWalk(Switch &sw);
-
-// "1.3.6.1.4.1 = value": an integer in decimal, printable octets as quoted text, other octets as hex
-// ("00:1a:ff"), and "null" for no value.
 std::string mibVarBindText(const MibVarBind &varBind);
 
 }  // namespace switchsim
