@@ -11,12 +11,13 @@ set -euo pipefail
 # on a Linux bridge runs real peers nobody here wrote: Kea's DHCPv6 server, ISC dhclient and dhcpcd as
 # clients, a rogue server built with python3-scapy, captures by tcpdump read by tshark, a flood replayed by tcpreplay, ping through source guard.
 # The JSON of the command line's views is checked against its schema with python3-jsonschema, and the
-# metrics file with promtool (from Debian's prometheus package). The Debian package is built with
-# debhelper and checked with lintian.
+# metrics file with promtool (from Debian's prometheus package). The host platform serves the MIB module
+# to snmpd as an AgentX subagent with net-snmp's agent library (libsnmp-dev); its end-to-end test runs
+# snmpd and net-snmp's tools (snmp). The Debian package is built with debhelper and checked with lintian.
 packages=(cmake ninja-build g++ libgtest-dev libgmock-dev libbenchmark-dev clang-format clang-tidy clang
   libclang-rt-14-dev pkg-config libpcap-dev tshark smitools erlang-snmp libmnl-dev libnftables-dev nftables libsystemd-dev zlib1g-dev
   nlohmann-json3-dev python3-jsonschema iproute2 kea-dhcp6-server isc-dhcp-client dhcpcd-base tcpdump tcpreplay iputils-ping python3-scapy
-  prometheus debhelper lintian)
+  prometheus debhelper lintian libsnmp-dev snmpd snmp)
 missing=()
 for package in "${packages[@]}"; do
   if ! dpkg-query -W -f='${Status}' "$package" 2>/dev/null | grep -q "install ok installed"; then

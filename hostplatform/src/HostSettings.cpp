@@ -57,6 +57,8 @@ std::optional<HostSettings> parseSettings(std::string_view text, std::string &er
             settings.*(path->second) = value;
         } else if (key == "bridge") {
             settings.bridge = value;
+        } else if (key == "agentx-socket") {
+            settings.agentxSocket = value;
         } else if (key == "socket-group") {
             settings.socketGroup = value;
         } else if (key == "trace") {

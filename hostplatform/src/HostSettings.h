@@ -27,6 +27,9 @@ struct HostSettings {
     // The counters for Prometheus' node_exporter, replaced every metricsInterval seconds; empty: none.
     std::string metricsFile;
     uint32_t metricsInterval = 15;
+    // The AgentX master agent (snmpd) to serve the MIB module through, as net-snmp names a transport:
+    // a Unix socket's path ("/var/agentx/master") or "tcp:host:port"; empty: no SNMP.
+    std::string agentxSocket;
 };
 inline constexpr uint32_t kLongestMetricsInterval = 3600;
 

@@ -1,6 +1,9 @@
-// The MIB agent calls of the host platform. No SNMP agent serves the module here yet: registration is
-// accepted and no request ever reaches the daemon's handlers.
+// The MIB agent calls of the host platform: the module the daemon registers is served to snmpd as an
+// AgentX subagent when the settings name a master agent, and is kept unserved otherwise. The engine
+// (platform_support/MibEngine.h) serves the requests and defines the calls handlers make.
 
+#include "AgentX.h"
+#include "HostLifecycle.h"
 #include "platform/CcdApi.h"
 
 extern "C" {
@@ -10,6 +13,13 @@ int32_t ccdInit(uint32_t /*arg1*/, uint32_t /*arg2*/) {
 }
 
 int32_t ccdModuleRegister(const char *moduleName, const MibObjectListEntry *objects) {
-    return moduleName != nullptr && objects != nullptr ? 0 : -1;
+    auto module = moduleName != nullptr ? mibengine::moduleListed(objects) : nullptr;
+    if (module == nullptr) {
+        return -1;
+    }
+    if (const std::string &socket = hostplatform::hostSettings().agentxSocket; !socket.empty()) {
+        hostplatform::agentxStart(socket, std::move(module));
+    }
+    return 0;
 }
 }

@@ -22,6 +22,7 @@
 #include <functional>
 #include <utility>
 
+#include "AgentX.h"
 #include "DropLog.h"
 #include "HostLifecycle.h"
 #include "HostState.h"
@@ -323,7 +324,9 @@ int32_t vosMsgRecv(uint32_t queueHandle, void *buffer, uint32_t bufferSize, int3
     std::array<epoll_event, 16> ready{};
     for (;;) {
         hostplatform::commitFilters();
-        const int count = epoll_wait(state.events, ready.data(), static_cast<int>(ready.size()), -1);
+        const int count = epoll_wait(state.events, ready.data(), static_cast<int>(ready.size()),
+                                     hostplatform::agentxWaitLimit(state.events));
+        hostplatform::agentxRunTimers();
         if (count < 0 && errno != EINTR) {
             hostplatform::logLine(LOG_ERR, std::string("waiting for events: ") + std::strerror(errno));
             hostplatform::stopProcess(state, EXIT_FAILURE);
@@ -342,6 +345,8 @@ int32_t vosMsgRecv(uint32_t queueHandle, void *buffer, uint32_t bufferSize, int3
                 if (const int connection = state.mgmt.accept(hostplatform::secondsNow()); connection >= 0) {
                     hostplatform::watch(connection);
                 }
+            } else if (hostplatform::agentxServe(descriptor)) {
+                continue;
             } else if (const int32_t length = hostplatform::serveConnection(state, descriptor, into);
                        length > 0) {
                 // Level-triggered: whatever else was ready is reported again by the next wait.

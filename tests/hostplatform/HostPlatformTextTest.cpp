@@ -17,7 +17,7 @@ TEST(HostSettings, AFileSetsEveryKeyAndBadLinesAreNamed) {
     const auto settings = parseSettings(
         "# the test bed\nbridge = sw0\n\nsocket=/tmp/s.sock  # ours\nsocket-group = netadm\ntrace = on\n"
         "boot-config = /tmp/boot.conf\nbinding-database = /tmp/db\nmetrics-file = /tmp/m.prom\n"
-        "metrics-interval = 30\n",
+        "metrics-interval = 30\nagentx-socket = tcp:localhost:705\n",
         error);
     ASSERT_TRUE(settings) << error;
     EXPECT_EQ(settings->bridge, "sw0");
@@ -28,6 +28,7 @@ TEST(HostSettings, AFileSetsEveryKeyAndBadLinesAreNamed) {
     EXPECT_EQ(settings->bindingDatabase, "/tmp/db");
     EXPECT_EQ(settings->metricsFile, "/tmp/m.prom");
     EXPECT_EQ(settings->metricsInterval, 30U);
+    EXPECT_EQ(settings->agentxSocket, "tcp:localhost:705");
 
     const std::vector<std::pair<std::string, std::string>> refused = {
         {"bridge\n", "line 1: expected \"key = value\""},
