@@ -28,6 +28,10 @@ for file in /usr/sbin/dhcp6snooping /usr/sbin/dhcp6snoopingctl /lib/systemd/syst
 done
 [ -L /etc/systemd/system/multi-user.target.wants/dhcp6snooping.service ] || fail "the unit is not enabled"
 getent group dhcp6snooping >/dev/null || fail "no group dhcp6snooping"
+# net-snmp's tools find the installed module by name, beside the SMIv2 base modules (erlang-snmp's copies).
+oid=$(snmptranslate -M "+$(echo /usr/lib/erlang/lib/snmp-*/mibs)" -m DHCP6-SNOOPING-MIB -On \
+  DHCP6-SNOOPING-MIB::ip6SourceGuardBindRowstatus)
+[ "$oid" = .1.3.6.1.4.1.32473.1.2.4.9.7.1.6 ] || fail "snmptranslate does not find the installed MIB module: $oid"
 
 # The installed daemon on a bridge of two ports, with the default settings but for the socket.
 ip -n d6s-deb link add br0 type bridge

@@ -2,7 +2,8 @@
 
 #include "AgentX.h"
 
-// clang-format off: net-snmp's headers must come in this order.
+// net-snmp's headers must come in this order, its configuration first.
+// clang-format off
 #include <net-snmp/net-snmp-config.h>
 #include <net-snmp/net-snmp-includes.h>
 #include <net-snmp/agent/net-snmp-agent-includes.h>
@@ -111,13 +112,14 @@ int setErrorOf(uint32_t code) {
     }
 }
 
-void get(const mibengine::MibModule &module, netsnmp_agent_request_info *info, netsnmp_request_info *request) {
+void get(const mibengine::MibModule &module, netsnmp_agent_request_info *info,
+         netsnmp_request_info *request) {
     netsnmp_variable_list &variable = *request->requestvb;
     const auto result = mibengine::serve(module, MIB_MODE_GET, oidOf(variable));
     if (result.code != mibengine::kMibNoError || !answer(variable, result.value)) {
-        netsnmp_set_request_error(info, request,
-                                  result.code == mibengine::kMibNoSuchObject ? SNMP_NOSUCHOBJECT
-                                                                             : SNMP_NOSUCHINSTANCE);
+        netsnmp_set_request_error(
+            info, request,
+            result.code == mibengine::kMibNoSuchObject ? SNMP_NOSUCHOBJECT : SNMP_NOSUCHINSTANCE);
     }
 }
 
@@ -131,8 +133,8 @@ void getNext(const mibengine::MibModule &module, netsnmp_agent_request_info *inf
         return;
     }
     const std::vector<oid> arcs(result.oid.begin(), result.oid.end());
-    if (result.code != mibengine::kMibNoError || snmp_set_var_objid(&variable, arcs.data(), arcs.size()) != 0 ||
-        !answer(variable, result.value)) {
+    if (result.code != mibengine::kMibNoError ||
+        snmp_set_var_objid(&variable, arcs.data(), arcs.size()) != 0 || !answer(variable, result.value)) {
         netsnmp_set_request_error(info, request, SNMP_ERR_GENERR);
     }
 }

@@ -79,6 +79,7 @@ class Scenario:
                 process.wait(timeout=10)
             except subprocess.TimeoutExpired:
                 process.kill()
+        return process.wait() if process is not None else None
 
     def check(self, condition, what, detail=""):
         print(("ok   " if condition else "FAIL ") + what + ("" if condition else f"\n     {detail}"), flush=True)
@@ -172,7 +173,10 @@ class Scenario:
         self.refused_sets()
         self.snmpd_restarts()
         self.bulk_walk_benchmark()
-        self.stop("daemon")
+        stopped = self.stop("daemon")
+        log = (self.work / "daemon.log").read_text()
+        self.check(stopped == 0 and "Sanitizer" not in log, "the daemon stops cleanly, the subagent with it",
+                   f"exit status {stopped}: {log[-3000:]}")
         return self.failures
 
     def names_resolve(self):

@@ -29,7 +29,11 @@ int main(int argc, char *argv[]) {
         std::vector<bindingdb::Client> clients(count);
         for (unsigned long i = 0; i < count; ++i) {
             auto &client = clients[i];
-            client.mac = {0x02, 0x00, 0x00, static_cast<uint8_t>(i >> 16U), static_cast<uint8_t>(i >> 8U),
+            client.mac = {0x02,
+                          0x00,
+                          0x00,
+                          static_cast<uint8_t>(i >> 16U),
+                          static_cast<uint8_t>(i >> 8U),
                           static_cast<uint8_t>(i)};
             client.vlan = 1;
             client.port = ports.at(i % ports.size());
