@@ -161,9 +161,10 @@ class Scenario:
     # --- the scenario ---------------------------------------------------------------------------------
     def scenario(self):
         self.build()
+        # The daemon first, as a boot may start it: it keeps trying until snmpd is there.
+        self.check(self.start_daemon(), "the daemon starts before snmpd", (self.work / "daemon.log").read_text())
         self.check(self.start_snmpd(), "snmpd starts as AgentX master", (self.work / "snmpd.log").read_text())
-        self.check(self.start_daemon() and self.wait_for(self.subtree_served, 10),
-                   "the daemon registers its module with snmpd through AgentX",
+        self.check(self.wait_for(self.subtree_served, 10), "the daemon registers its module with snmpd through AgentX",
                    (self.work / "daemon.log").read_text())
         self.names_resolve()
         applied = self.ctl("replace", "-", input=CONFIG)
