@@ -140,37 +140,26 @@ void getNext(const mibengine::MibModule &module, netsnmp_agent_request_info *inf
     }
 }
 
-// One var-bind of a set, in its test (`mode` MIB_MODE_TEST) or its set pass.
-void set(const mibengine::MibModule &module, uint32_t mode, netsnmp_agent_request_info *info,
-         netsnmp_request_info *request) {
-    const netsnmp_variable_list &variable = *request->requestvb;
+// One var-bind of a set in its test (`mode` MIB_MODE_TEST) or its set pass: the SNMP error, or none.
+int set(const mibengine::MibModule &module, uint32_t mode, const netsnmp_variable_list &variable) {
     const Oid named = oidOf(variable);
     const auto *object = mibengine::objectNamed(module, named);
     if (object == nullptr) {
-        netsnmp_set_request_error(info, request, SNMP_ERR_NOCREATION);
-        return;
+        return SNMP_ERR_NOCREATION;
     }
     if (object->second.object->access != MIB_ACCESS_READ_WRITE) {
-        netsnmp_set_request_error(info, request, SNMP_ERR_NOTWRITABLE);
-        return;
+        return SNMP_ERR_NOTWRITABLE;
     }
     const auto value = carried(variable, *object->second.object);
-    if (!value) {
-        netsnmp_set_request_error(info, request, SNMP_ERR_WRONGTYPE);
-        return;
-    }
-    if (const int error = setErrorOf(mibengine::serve(module, mode, named, *value).code);
-        error != SNMP_ERR_NOERROR) {
-        netsnmp_set_request_error(info, request, error);
-    }
+    return value ? setErrorOf(mibengine::serve(module, mode, named, *value).code) : SNMP_ERR_WRONGTYPE;
 }
 
 int handleRequests(netsnmp_mib_handler * /*handler*/, netsnmp_handler_registration * /*registration*/,
                    netsnmp_agent_request_info *info, netsnmp_request_info *requests) {
     const auto &module = *subagent().module;
-    // A set is a test of every var-bind, then the set of every one, as the simulated switch's agent
-    // serves it: snmpd's reserve phase is the test, its action phase the set. A set changes the
-    // configuration as a whole, in one logged change.
+    // A set is a test of every var-bind, then the set of every one, each pass stopping at its first
+    // failure, as the simulated switch's agent serves it: snmpd's reserve phase is the test, its action
+    // phase the set. A set changes the configuration as a whole, in one logged change.
     std::optional<ConfigChangeLog> change;
     if (info->mode == MODE_SET_ACTION) {
         change.emplace("MIB");
@@ -179,6 +168,7 @@ int handleRequests(netsnmp_mib_handler * /*handler*/, netsnmp_handler_registrati
         if (request->processed != 0) {
             continue;
         }
+        int error = SNMP_ERR_NOERROR;
         switch (info->mode) {
             case MODE_GET:
                 get(module, info, request);
@@ -187,13 +177,17 @@ int handleRequests(netsnmp_mib_handler * /*handler*/, netsnmp_handler_registrati
                 getNext(module, info, request);
                 break;
             case MODE_SET_RESERVE1:
-                set(module, MIB_MODE_TEST, info, request);
+                error = set(module, MIB_MODE_TEST, *request->requestvb);
                 break;
             case MODE_SET_ACTION:
-                set(module, MIB_MODE_SET, info, request);
+                error = set(module, MIB_MODE_SET, *request->requestvb);
                 break;
             default:
                 break;  // the other phases of a set have nothing to do: the set pass applied it
+        }
+        if (error != SNMP_ERR_NOERROR) {
+            netsnmp_set_request_error(info, request, error);
+            break;
         }
     }
     return SNMP_ERR_NOERROR;
